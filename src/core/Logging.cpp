@@ -1,0 +1,90 @@
+#include "core/Logging.h"
+
+#include <QTime>
+
+#include <cstdio>
+
+Q_LOGGING_CATEGORY(lcApp, "parqueta.app")
+Q_LOGGING_CATEGORY(lcModel, "parqueta.model")
+Q_LOGGING_CATEGORY(lcSettings, "parqueta.settings")
+Q_LOGGING_CATEGORY(lcScreens, "parqueta.screens")
+Q_LOGGING_CATEGORY(lcWindows, "parqueta.windows")
+Q_LOGGING_CATEGORY(lcInput, "parqueta.input")
+Q_LOGGING_CATEGORY(lcShortcuts, "parqueta.shortcuts")
+Q_LOGGING_CATEGORY(lcZones, "parqueta.zones")
+Q_LOGGING_CATEGORY(lcOverlay, "parqueta.overlay")
+Q_LOGGING_CATEGORY(lcX11, "parqueta.x11")
+
+namespace {
+
+const char* levelName(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return "DEBUG";
+    case QtInfoMsg:
+        return "INFO";
+    case QtWarningMsg:
+        return "WARNING";
+    case QtCriticalMsg:
+        return "ERROR";
+    case QtFatalMsg:
+        return "FATAL";
+    }
+    return "LOG";
+}
+
+// Source paths are absolute at compile time; keep the part from "src/" on so the
+// line names the area (managers/ZoneManager.cpp) without the build machine's layout.
+QString shortFile(const char* file)
+{
+    if (!file)
+        return QStringLiteral("?");
+    const QString path = QString::fromUtf8(file);
+    const qsizetype at = path.lastIndexOf(QLatin1String("/src/"));
+    return at >= 0 ? path.mid(at + 5) : path.section(QLatin1Char('/'), -1);
+}
+
+// Q_FUNC_INFO carries return type and parameters; the log wants "Class::function".
+QString shortFunction(const char* function)
+{
+    if (!function)
+        return QStringLiteral("?");
+    QString f = QString::fromUtf8(function);
+    const qsizetype paren = f.indexOf(QLatin1Char('('));
+    if (paren > 0)
+        f.truncate(paren);
+    const qsizetype space = f.lastIndexOf(QLatin1Char(' '));
+    if (space >= 0)
+        f = f.mid(space + 1);
+    while (f.startsWith(QLatin1Char('*')) || f.startsWith(QLatin1Char('&')))
+        f.remove(0, 1);
+    return f;
+}
+
+void handler(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    const QByteArray line = Logging::formatMessage(type, context, message).toLocal8Bit();
+    std::fprintf(stderr, "%s\n", line.constData());
+    std::fflush(stderr);
+}
+
+} // namespace
+
+namespace Logging {
+
+void install()
+{
+    qInstallMessageHandler(handler);
+}
+
+QString formatMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    return QStringLiteral("%1 %2 %3 %4:%5 - %6")
+        .arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")),
+             QLatin1String(levelName(type)), shortFile(context.file), shortFunction(context.function))
+        .arg(context.line)
+        .arg(message);
+}
+
+} // namespace Logging

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+// One category per area, so a user can narrow the console with QT_LOGGING_RULES
+// (for example "parqueta.input.debug=true").
+Q_DECLARE_LOGGING_CATEGORY(lcApp)
+Q_DECLARE_LOGGING_CATEGORY(lcModel)
+Q_DECLARE_LOGGING_CATEGORY(lcSettings)
+Q_DECLARE_LOGGING_CATEGORY(lcScreens)
+Q_DECLARE_LOGGING_CATEGORY(lcWindows)
+Q_DECLARE_LOGGING_CATEGORY(lcInput)
+Q_DECLARE_LOGGING_CATEGORY(lcShortcuts)
+Q_DECLARE_LOGGING_CATEGORY(lcZones)
+Q_DECLARE_LOGGING_CATEGORY(lcOverlay)
+Q_DECLARE_LOGGING_CATEGORY(lcX11)
+
+namespace Logging {
+
+// Installs the process-wide console format:
+// "HH:mm:ss.zzz LEVEL file function:line - message".
+void install();
+
+// The same format as a pure function, so it can be tested without a console.
+QString formatMessage(QtMsgType type, const QMessageLogContext& context, const QString& message);
+
+} // namespace Logging

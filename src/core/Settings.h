@@ -1,0 +1,108 @@
+#pragma once
+
+#include "core/SettingsBackend.h"
+
+#include <QByteArray>
+#include <QColor>
+#include <QList>
+#include <QMap>
+#include <QObject>
+
+#include <memory>
+
+// A typed key: the name used in code, the key it is stored under, and its default.
+template <typename T>
+struct SettingKey
+{
+    const char* name;
+    const char* storedKey;
+    T defaultValue;
+};
+
+using BoolKey = SettingKey<bool>;
+using DoubleKey = SettingKey<double>;
+
+// Colour defaults follow the system accent colour, so they are computed at each read.
+struct ColorKey
+{
+    const char* name;
+    const char* storedKey;
+    QColor (*defaultValue)();
+};
+
+// A structured key whose stored value is a map from a screen id to data blobs.
+struct BlobMapKey
+{
+    const char* name;
+    const char* storedKey;
+};
+
+// Every persisted setting, with the stored key names users' files already carry.
+namespace Keys {
+extern const BoolKey firstRun;
+extern const BoolKey automaticUpdates;
+extern const BoolKey betaUpdates;
+extern const BoolKey launchAtLogin;
+extern const BoolKey hideMenuBarIcon;
+extern const BoolKey restoreSizeOnUnsnap;
+extern const BoolKey spanAdjancedZones;
+extern const DoubleKey autoSpanDistance;
+extern const BoolKey holdShiftToSnap;
+extern const BlobMapKey screens;       // id -> one blob (Screen JSON)
+extern const BlobMapKey layouts;       // id -> list of blobs (Layout JSON)
+extern const BlobMapKey activeLayouts; // id -> UUID text
+extern const BoolKey enableGaps;
+extern const DoubleKey gapSize;
+extern const BoolKey useSystemAccentColor;
+extern const ColorKey customAccentColor;
+extern const ColorKey zoneHighlightColor;
+extern const ColorKey zoneBackgroundLightColor;
+extern const ColorKey zoneBackgroundDarkColor;
+extern const ColorKey zoneTextLightColor;
+extern const ColorKey zoneTextDarkColor;
+} // namespace Keys
+
+// The settings store. Nothing is cached: every read goes to the backend, so a value
+// changed elsewhere is seen at the next use. Structured values are written whole.
+class Settings final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Settings(std::unique_ptr<SettingsBackend> backend, QObject* parent = nullptr);
+    ~Settings() override;
+
+    bool value(const BoolKey& key) const;
+    double value(const DoubleKey& key) const;
+    QColor value(const ColorKey& key) const;
+    void setValue(const BoolKey& key, bool value);
+    void setValue(const DoubleKey& key, double value);
+    void setValue(const ColorKey& key, const QColor& value);
+
+    // screens: id -> blob. Entries of the wrong type are skipped, siblings kept.
+    QMap<QString, QByteArray> blobs(const BlobMapKey& key) const;
+    void setBlobs(const BlobMapKey& key, const QMap<QString, QByteArray>& value);
+    // layouts: id -> list of blobs.
+    QMap<QString, QList<QByteArray>> blobLists(const BlobMapKey& key) const;
+    void setBlobLists(const BlobMapKey& key, const QMap<QString, QList<QByteArray>>& value);
+    // activeLayouts: id -> text.
+    QMap<QString, QString> strings(const BlobMapKey& key) const;
+    void setStrings(const BlobMapKey& key, const QMap<QString, QString>& value);
+
+    // Forgets a stored value so its default applies again.
+    void reset(const char* storedKey);
+    bool sync();
+
+    // The gap to apply around zones right now: gapSize while enableGaps is on, else 0.
+    double effectiveGap() const;
+
+    // The accent colour of the desktop (the palette's highlight colour on Linux).
+    static QColor systemAccentColor();
+
+Q_SIGNALS:
+    // After every write; name is the key's name in code (for example "gapSize").
+    void changed(const QString& name);
+
+private:
+    std::unique_ptr<SettingsBackend> m_backend;
+};

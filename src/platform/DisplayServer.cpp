@@ -1,0 +1,3 @@
+#include "platform/DisplayServer.h"
+
+DisplayServer::~DisplayServer() = default;

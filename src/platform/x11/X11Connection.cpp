@@ -1,0 +1,144 @@
+#include "platform/x11/X11Connection.h"
+
+#include "core/Logging.h"
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <cstdlib>
+
+X11Connection::X11Connection(const char* displayName, QObject* parent)
+    : QObject(parent)
+{
+    m_connection = xcb_connect(displayName, &m_screenNumber);
+    if (!m_connection || xcb_connection_has_error(m_connection)) {
+        qCCritical(lcX11) << "Cannot connect to the X server" << (displayName ? displayName : qgetenv("DISPLAY").constData());
+        m_failed = true;
+        return;
+    }
+
+    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
+    for (int i = 0; it.rem && i < m_screenNumber; ++i)
+        xcb_screen_next(&it);
+    m_screen = it.rem ? it.data : nullptr;
+    if (!m_screen) {
+        qCCritical(lcX11) << "The X server has no screen" << m_screenNumber;
+        m_failed = true;
+        return;
+    }
+
+    xcb_intern_atom_cookie_t* cookies = xcb_ewmh_init_atoms(m_connection, &m_ewmh);
+    m_ewmhReady = xcb_ewmh_init_atoms_replies(&m_ewmh, cookies, nullptr) != 0;
+    if (!m_ewmhReady)
+        qCWarning(lcX11) << "Cannot intern the EWMH atoms; window manager hints are unavailable";
+
+    m_notifier = new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &X11Connection::processEvents);
+    if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance()) {
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &X11Connection::processEvents);
+    }
+}
+
+X11Connection::~X11Connection()
+{
+    if (m_ewmhReady)
+        xcb_ewmh_connection_wipe(&m_ewmh);
+    if (m_connection)
+        xcb_disconnect(m_connection);
+}
+
+xcb_atom_t X11Connection::atom(const char* name)
+{
+    const QByteArray key(name);
+    if (auto it = m_atoms.constFind(key); it != m_atoms.constEnd())
+        return it.value();
+    if (!isValid())
+        return XCB_ATOM_NONE;
+    xcb_generic_error_t* error = nullptr;
+    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
+        m_connection, xcb_intern_atom(m_connection, 0, static_cast<uint16_t>(key.size()), name), &error);
+    xcb_atom_t result = XCB_ATOM_NONE;
+    if (reply) {
+        result = reply->atom;
+        std::free(reply);
+        m_atoms.insert(key, result);
+    } else {
+        checkError(error, name);
+    }
+    return result;
+}
+
+void X11Connection::addEventHandler(X11EventHandler* handler)
+{
+    removeEventHandler(handler);
+    m_handlers.push_back(handler);
+}
+
+void X11Connection::removeEventHandler(X11EventHandler* handler)
+{
+    m_handlers.erase(std::remove(m_handlers.begin(), m_handlers.end(), handler), m_handlers.end());
+}
+
+void X11Connection::flush()
+{
+    if (isValid())
+        xcb_flush(m_connection);
+}
+
+void X11Connection::sync()
+{
+    if (!isValid())
+        return;
+    std::free(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    checkConnection();
+}
+
+void X11Connection::processEvents()
+{
+    if (!isValid())
+        return;
+    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+        dispatch(event);
+        std::free(event);
+    }
+    checkConnection();
+    flush();
+}
+
+void X11Connection::dispatch(xcb_generic_event_t* event)
+{
+    if ((event->response_type & ~0x80) == 0) {
+        // Errors of unchecked requests: nothing waits for them, so log and move on.
+        auto* error = reinterpret_cast<xcb_generic_error_t*>(event);
+        qCDebug(lcX11) << "X error" << error->error_code << "request" << error->major_code << "."
+                       << error->minor_code << "resource" << Qt::hex << error->resource_id;
+        return;
+    }
+    const std::vector<X11EventHandler*> handlers = m_handlers;
+    for (X11EventHandler* handler : handlers) {
+        if (handler->handleX11Event(event))
+            break;
+    }
+}
+
+void X11Connection::checkConnection()
+{
+    if (m_failed || !m_connection || !xcb_connection_has_error(m_connection))
+        return;
+    m_failed = true;
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    qCCritical(lcX11) << "Lost the connection to the X server";
+    Q_EMIT connectionLost();
+}
+
+bool X11Connection::checkError(xcb_generic_error_t* error, const char* what) const
+{
+    if (!error)
+        return false;
+    qCDebug(lcX11) << "X error" << error->error_code << "in" << what << "resource" << Qt::hex << error->resource_id;
+    std::free(error);
+    return true;
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QObject>
+
+#include <xcb/xcb.h>
+#include <xcb/xcb_ewmh.h>
+
+#include <memory>
+#include <vector>
+
+class QSocketNotifier;
+
+// Receives X events read from the shared connection. Return true to stop other
+// handlers from seeing the event.
+class X11EventHandler
+{
+public:
+    virtual ~X11EventHandler() = default;
+    virtual bool handleX11Event(xcb_generic_event_t* event) = 0;
+};
+
+// The one owner of Parqueta's X11 display access. It opens its own connection
+// (separate from Qt's), so raw input selections, key grabs and X errors belong to
+// Parqueta alone and never end up in Qt's error log. Events are read on the Qt
+// event loop through a socket notifier and handed to the registered handlers.
+class X11Connection final : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Connects to displayName (nullptr: $DISPLAY). Check isValid() afterwards.
+    explicit X11Connection(const char* displayName = nullptr, QObject* parent = nullptr);
+    ~X11Connection() override;
+
+    X11Connection(const X11Connection&) = delete;
+    X11Connection& operator=(const X11Connection&) = delete;
+
+    bool isValid() const { return m_connection && !m_failed; }
+    xcb_connection_t* connection() const { return m_connection; }
+    xcb_screen_t* screen() const { return m_screen; }
+    xcb_window_t root() const { return m_screen ? m_screen->root : xcb_window_t(XCB_WINDOW_NONE); }
+    xcb_ewmh_connection_t* ewmh() { return &m_ewmh; }
+    int screenNumber() const { return m_screenNumber; }
+
+    // Interned atom, cached; XCB_ATOM_NONE when the server cannot answer.
+    xcb_atom_t atom(const char* name);
+
+    // Handlers are called in registration order; the connection does not own them.
+    void addEventHandler(X11EventHandler* handler);
+    void removeEventHandler(X11EventHandler* handler);
+
+    void flush();
+    // Reads and dispatches everything pending, including events xcb queued while a
+    // reply was awaited (those never wake the socket notifier).
+    void processEvents();
+    // Round trip to the server: every earlier request has been handled afterwards.
+    void sync();
+
+    // Logs an X error that came back from a checked request or a failed reply.
+    // Returns true when there was an error.
+    bool checkError(xcb_generic_error_t* error, const char* what) const;
+
+Q_SIGNALS:
+    // The server went away; the connection is unusable from now on.
+    void connectionLost();
+
+private:
+    void dispatch(xcb_generic_event_t* event);
+    void checkConnection();
+
+    xcb_connection_t* m_connection = nullptr;
+    xcb_screen_t* m_screen = nullptr;
+    int m_screenNumber = 0;
+    bool m_failed = false;
+    bool m_ewmhReady = false;
+    xcb_ewmh_connection_t m_ewmh{};
+    QHash<QByteArray, xcb_atom_t> m_atoms;
+    std::vector<X11EventHandler*> m_handlers;
+    QSocketNotifier* m_notifier = nullptr;
+};
