@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QColor>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -104,5 +105,11 @@ Q_SIGNALS:
     void changed(const QString& name);
 
 private:
+    // A stored value that cannot be used is logged once, not at every read; a new
+    // problem under the same key, or a write to it, starts over.
+    void reportProblem(const char* storedKey, const QString& problem) const;
+    void written(const char* name, const char* storedKey);
+
     std::unique_ptr<SettingsBackend> m_backend;
+    mutable QHash<QString, QString> m_reportedProblems;
 };

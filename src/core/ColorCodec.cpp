@@ -1,0 +1,128 @@
+#include "core/ColorCodec.h"
+
+#include <QDataStream>
+#include <QIODevice>
+#include <QRgba64>
+#include <QString>
+#include <QVariantList>
+
+#include <cmath>
+
+namespace {
+
+// "PQCL": keeps an unrelated blob from being taken for a colour by accident.
+constexpr quint32 kArchiveMagic = 0x5051434C;
+constexpr quint16 kArchiveVersion = 1;
+constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_6_0;
+
+bool isUnitInterval(double value)
+{
+    return std::isfinite(value) && value >= 0.0 && value <= 1.0;
+}
+
+bool isNumber(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Components are taken from the 16-bit channels Qt keeps, so a colour survives a
+// round trip exactly; QColor::redF() and friends are single precision.
+double channel(quint16 value)
+{
+    return value / 65535.0;
+}
+
+quint16 toChannel(double unit)
+{
+    return static_cast<quint16>(std::lround(unit * 65535.0));
+}
+
+bool fitsSrgb(const QColor& color)
+{
+    if (color.spec() != QColor::ExtendedRgb)
+        return true;
+    return isUnitInterval(color.redF()) && isUnitInterval(color.greenF()) && isUnitInterval(color.blueF())
+        && isUnitInterval(color.alphaF());
+}
+
+std::optional<QColor> decodeList(const QVariantList& list)
+{
+    if (list.size() != 2 || list.at(0).typeId() != QMetaType::QString
+        || list.at(0).toString() != QLatin1String(ColorCodec::kColorSpaceName)
+        || list.at(1).typeId() != QMetaType::QVariantList)
+        return std::nullopt;
+    const QVariantList components = list.at(1).toList();
+    if (components.size() != 4)
+        return std::nullopt;
+    quint16 rgba[4];
+    for (int i = 0; i < 4; ++i) {
+        const QVariant& component = components.at(i);
+        if (!isNumber(component) || !isUnitInterval(component.toDouble()))
+            return std::nullopt;
+        rgba[i] = toChannel(component.toDouble());
+    }
+    return QColor(QRgba64::fromRgba64(rgba[0], rgba[1], rgba[2], rgba[3]));
+}
+
+} // namespace
+
+namespace ColorCodec {
+
+QVariant encode(const QColor& color)
+{
+    if (!color.isValid() || !fitsSrgb(color))
+        return archive(color);
+    const QRgba64 rgba = color.toRgb().rgba64();
+    const QVariantList components {
+        channel(rgba.red()), channel(rgba.green()), channel(rgba.blue()), channel(rgba.alpha())};
+    return QVariantList {QString::fromLatin1(kColorSpaceName), QVariant(components)};
+}
+
+std::optional<QColor> decode(const QVariant& stored)
+{
+    switch (stored.typeId()) {
+    case QMetaType::QVariantList:
+        return decodeList(stored.toList());
+    case QMetaType::QByteArray:
+        return unarchive(stored.toByteArray());
+    default:
+        return std::nullopt;
+    }
+}
+
+QByteArray archive(const QColor& color)
+{
+    QByteArray blob;
+    QDataStream out(&blob, QIODevice::WriteOnly);
+    out.setVersion(kStreamVersion);
+    out << kArchiveMagic << kArchiveVersion << color;
+    return blob;
+}
+
+std::optional<QColor> unarchive(const QByteArray& blob)
+{
+    QDataStream in(blob);
+    in.setVersion(kStreamVersion);
+    quint32 magic = 0;
+    quint16 version = 0;
+    in >> magic >> version;
+    if (in.status() != QDataStream::Ok || magic != kArchiveMagic || version != kArchiveVersion)
+        return std::nullopt;
+    QColor color;
+    in >> color;
+    if (in.status() != QDataStream::Ok || !in.atEnd() || !color.isValid())
+        return std::nullopt;
+    return color;
+}
+
+} // namespace ColorCodec

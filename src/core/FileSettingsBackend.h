@@ -1,0 +1,53 @@
+#pragma once
+
+#include "core/SettingsBackend.h"
+
+#include <QString>
+
+#include <memory>
+
+class QSettings;
+
+// Settings in one human-readable JSON file (the top-level object maps stored keys to
+// values), read and written through QSettings with a registered JSON format.
+//
+// Durability: QSettings writes through QSaveFile (a temporary file renamed over the old
+// one) under a lock file, so a crash mid-write leaves the previous file whole. A file
+// that cannot be parsed is moved aside to "<file>.corrupt-<yyyyMMdd-HHmmss>" and the last
+// good copy, "<file>.bak" (refreshed at every successful load), is put back in its place;
+// nothing the user stored is overwritten in place. When the directory cannot be written,
+// values stay in memory and sync() returns false.
+//
+// Stored forms: bool, double, string, list and map map to their JSON counterparts. A
+// QByteArray holding UTF-8 JSON text (an object or an array) is kept as a JSON string so
+// the file stays readable, and therefore reads back as a QString; any other QByteArray is
+// kept as a string tagged "base64:" and reads back as a QByteArray.
+class FileSettingsBackend final : public SettingsBackend
+{
+public:
+    explicit FileSettingsBackend(const QString& filePath);
+    ~FileSettingsBackend() override;
+
+    QVariant value(const QString& storedKey) const override;
+    bool contains(const QString& storedKey) const override;
+    void setValue(const QString& storedKey, const QVariant& value) override;
+    void remove(const QString& storedKey) override;
+    QStringList keys() const override;
+    bool sync() override;
+
+    QString filePath() const;
+
+    static QString backupPath(const QString& filePath);
+    // The prefix of the names corrupt files are moved aside to.
+    static QString corruptPathPrefix(const QString& filePath);
+    // Prefix of a JSON string that holds a binary blob in base64.
+    static constexpr char kBinaryTag[] = "base64:";
+
+private:
+    void scheduleSync();
+
+    QString m_filePath;
+    std::unique_ptr<QSettings> m_settings;
+    bool m_syncScheduled = false;
+    bool m_writeFailing = false;
+};
