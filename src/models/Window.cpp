@@ -5,8 +5,7 @@ Window::Window(quint32 id, std::shared_ptr<const WindowHandle> handle, WindowApp
     , m_handle(std::move(handle))
     , m_app(std::move(app))
     , m_initialSize(initialSize)
-{
-}
+{ }
 
 QString Window::appName() const
 {

@@ -4,6 +4,10 @@
 
 class QObject;
 class DisplayServer;
+class WindowControl;
+class GlobalInput;
+class HotkeyBackend;
+class DesktopEffects;
 
 // Everything the engine needs from the operating system, owned by one object.
 // The backend is chosen at link time: exactly one of src/platform/x11 or
@@ -15,6 +19,14 @@ public:
     virtual ~Platform() = default;
 
     virtual DisplayServer& displays() = 0;
+    // Other applications' windows: finding, reading, moving, raising.
+    virtual WindowControl& windows() = 0;
+    // Buttons, pointer motion and modifiers anywhere on the desktop.
+    virtual GlobalInput& input() = 0;
+    // System-wide hot keys.
+    virtual HotkeyBackend& hotkeys() = 0;
+    // What Parqueta's own overlay windows can rely on (translucency).
+    virtual DesktopEffects& desktopEffects() = 0;
 };
 
 // Defined by the backend linked into the executable. Returns nullptr (after logging

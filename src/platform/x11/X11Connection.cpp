@@ -70,6 +70,29 @@ xcb_atom_t X11Connection::atom(const char* name)
     return result;
 }
 
+bool X11Connection::selectEvents(xcb_window_t window, uint32_t mask)
+{
+    if (!isValid())
+        return false;
+    const uint32_t previous = m_eventMasks.value(window, 0);
+    const uint32_t combined = previous | mask;
+    if (combined == previous && m_eventMasks.contains(window))
+        return true;
+    xcb_generic_error_t* error = xcb_request_check(
+        m_connection, xcb_change_window_attributes_checked(m_connection, window, XCB_CW_EVENT_MASK, &combined));
+    if (checkError(error, "select events")) {
+        m_eventMasks.remove(window);
+        return false;
+    }
+    m_eventMasks.insert(window, combined);
+    return true;
+}
+
+void X11Connection::forgetWindow(xcb_window_t window)
+{
+    m_eventMasks.remove(window);
+}
+
 void X11Connection::addEventHandler(X11EventHandler* handler)
 {
     removeEventHandler(handler);

@@ -47,6 +47,14 @@ public:
     // Interned atom, cached; XCB_ATOM_NONE when the server cannot answer.
     xcb_atom_t atom(const char* name);
 
+    // Selects core events (XCB_EVENT_MASK_...) on a window, adding to what was selected
+    // before through this connection: every part of Parqueta shares the connection, and
+    // a plain ChangeWindowAttributes would replace the others' selection. Returns false
+    // (after a debug log) when the window is gone.
+    bool selectEvents(xcb_window_t window, uint32_t mask);
+    // Drops the bookkeeping of a window that was destroyed.
+    void forgetWindow(xcb_window_t window);
+
     // Handlers are called in registration order; the connection does not own them.
     void addEventHandler(X11EventHandler* handler);
     void removeEventHandler(X11EventHandler* handler);
@@ -77,6 +85,7 @@ private:
     bool m_ewmhReady = false;
     xcb_ewmh_connection_t m_ewmh{};
     QHash<QByteArray, xcb_atom_t> m_atoms;
+    QHash<xcb_window_t, uint32_t> m_eventMasks;
     std::vector<X11EventHandler*> m_handlers;
     QSocketNotifier* m_notifier = nullptr;
 };

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "managers/OverlayWindow.h"
+#include "managers/ZoneCycleDirection.h"
+#include "managers/ZoneGestureObserver.h"
+#include "models/Window.h"
+#include "models/Zone.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+class GlobalShortcuts;
+class LayoutManager;
+class ScreenManager;
+class Settings;
+class WindowManager;
+class ZoneGestureMonitor;
+
+// The centre of the snapping engine: shows the overlays during a zone gesture, hit-tests
+// zones, snaps windows into zones and out again, remembers which windows stand in which
+// zones, and carries out the six window shortcuts.
+class ZoneManager final : public QObject, public ZoneGestureObserver
+{
+    Q_OBJECT
+
+public:
+    ZoneManager(ScreenManager& screens, LayoutManager& layouts, WindowManager& windows, ZoneGestureMonitor& gestures,
+        GlobalShortcuts& shortcuts, Settings& settings, OverlayFactory& overlays, QObject* parent = nullptr);
+    ~ZoneManager() override;
+
+    void startObserving();
+    void stopObserving();
+
+    void zoneGestureDidStart(const ZoneGestureEvent& event) override;
+    void zoneGestureDidEnd(const ZoneGestureEvent& event, bool canceled) override;
+
+    void showOverlayWindows();
+    void removeOverlayWindows();
+
+    // Whether the pointer is over the zone (as a point, or as a square of side
+    // autoSpanDistance while spanning adjacent zones). A zone on another screen never is.
+    bool isCursorInZone(const Zone& zone) const;
+
+    void snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones);
+    void unsnap(const WindowPtr& window);
+
+    void addSnappedWindow(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones);
+    void removeSnappedWindow(const Window& window);
+    bool isWindowSnapped(const Window& window) const;
+    std::optional<QString> zoneId(const Window& window) const;
+    void cleanSnappedWindowsByZone(const QString& zoneId);
+
+    void handleCycleMove(ZoneCycleDirection direction);
+    void handleCycleSwap(ZoneCycleDirection direction);
+    void onSpanWindow(ZoneCycleDirection direction);
+
+    // Read-only views for the debug window and the tests.
+    const QHash<quint32, WindowPtr>& snappedWindows() const { return m_snappedWindows; }
+    const QHash<QString, std::vector<WindowPtr>>& snappedWindowsByZone() const { return m_snappedWindowsByZone; }
+    bool hasOverlays() const { return !m_overlayWindows.empty(); }
+
+private:
+    // The focused window, its frame (desktop space) and the zones of the active layout of
+    // the screen holding its top-left corner; nothing when any of them is missing.
+    struct FocusedPlacement
+    {
+        WindowPtr window;
+        QRectF frame;
+        std::vector<std::shared_ptr<Zone>> zones;
+    };
+    std::optional<FocusedPlacement> focusedPlacement();
+
+    ScreenManager& m_screens;
+    LayoutManager& m_layouts;
+    WindowManager& m_windows;
+    ZoneGestureMonitor& m_gestures;
+    GlobalShortcuts& m_shortcuts;
+    Settings& m_settings;
+    OverlayFactory& m_overlays;
+    std::vector<std::pair<Screen, std::unique_ptr<OverlayWindow>>> m_overlayWindows;
+    QHash<quint32, WindowPtr> m_snappedWindows;
+    QHash<QString, std::vector<WindowPtr>> m_snappedWindowsByZone;
+};

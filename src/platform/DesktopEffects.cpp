@@ -1,0 +1,3 @@
+#include "platform/DesktopEffects.h"
+
+DesktopEffects::~DesktopEffects() = default;

@@ -1,0 +1,3 @@
+#include "platform/HotkeyBackend.h"
+
+HotkeyBackend::~HotkeyBackend() = default;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QKeyCombination>
+#include <QString>
+
+#include <optional>
+
+// A key with its modifiers in Qt's terms: Qt::MetaModifier is the Super/Windows key on
+// Linux and Control on macOS, Qt::ControlModifier is Ctrl on Linux and Command on macOS.
+using KeyCombination = QKeyCombination;
+
+namespace KeyCombinations {
+
+// "Ctrl+Alt+Meta+Left": Qt's portable text, stable across locales and platforms.
+QString toText(KeyCombination combination);
+// Absent for an empty text, unknown key names, several keys, or a bare modifier.
+std::optional<KeyCombination> fromText(const QString& text);
+
+} // namespace KeyCombinations

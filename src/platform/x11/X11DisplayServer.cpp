@@ -1,0 +1,357 @@
+#include "platform/x11/X11DisplayServer.h"
+
+#include "core/Logging.h"
+#include "platform/x11/X11DisplayIdentity.h"
+
+#include <xcb/randr.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+struct FreeDeleter
+{
+    void operator()(void* p) const { std::free(p); }
+};
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+
+// Bursts of events (a panel starting, a monitor being set up) become one refresh.
+constexpr int kRefreshDelayMs = 20;
+
+quint32 changesBetween(const QList<DisplayInfo>& before, const QList<DisplayInfo>& after)
+{
+    quint32 changes = 0;
+    if (before.size() != after.size())
+        return X11DisplayServer::MonitorsChanged;
+    for (qsizetype i = 0; i < before.size(); ++i) {
+        if (before[i].uuid != after[i].uuid || before[i].name != after[i].name || before[i].frame != after[i].frame)
+            changes |= X11DisplayServer::MonitorsChanged;
+        if (before[i].visibleFrame != after[i].visibleFrame)
+            changes |= X11DisplayServer::VisibleFramesChanged;
+    }
+    return changes;
+}
+
+} // namespace
+
+X11DisplayServer::X11DisplayServer(X11Connection& connection, QObject* parent)
+    : DisplayServer(parent)
+    , m_connection(connection)
+{
+    m_refreshTimer.setSingleShot(true);
+    m_refreshTimer.setInterval(kRefreshDelayMs);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &X11DisplayServer::refresh);
+    if (!m_connection.isValid())
+        return;
+
+    xcb_connection_t* c = m_connection.connection();
+    const xcb_query_extension_reply_t* randr = xcb_get_extension_data(c, &xcb_randr_id);
+    if (randr && randr->present) {
+        Reply<xcb_randr_query_version_reply_t> version(
+            xcb_randr_query_version_reply(c, xcb_randr_query_version(c, 1, 5), nullptr));
+        m_randrAvailable = version && (version->major_version > 1 || version->minor_version >= 5);
+        m_randrEventBase = randr->first_event;
+    }
+    if (m_randrAvailable) {
+        xcb_randr_select_input(c, m_connection.root(),
+            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE
+                | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_PROPERTY);
+    } else {
+        qCWarning(lcX11) << "The X server has no RandR 1.5; treating the whole screen as one display";
+    }
+    // The client list and top-level maps tell when panels come and go. RandR 1.5 has no
+    // event for monitors set with --setmonitor; the server announces them with a
+    // ConfigureNotify of the root window instead.
+    m_connection.selectEvents(m_connection.root(),
+        XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+    m_connection.addEventHandler(this);
+    m_displays = readDisplays();
+    for (const DisplayInfo& display : m_displays)
+        qCDebug(lcScreens) << "Display" << display.name << display.uuid << display.frame << "visible"
+                           << display.visibleFrame;
+}
+
+X11DisplayServer::~X11DisplayServer()
+{
+    m_connection.removeEventHandler(this);
+}
+
+QPointF X11DisplayServer::pointerLocation() const
+{
+    if (!m_connection.isValid())
+        return {};
+    xcb_connection_t* c = m_connection.connection();
+    Reply<xcb_query_pointer_reply_t> reply(
+        xcb_query_pointer_reply(c, xcb_query_pointer(c, m_connection.root()), nullptr));
+    if (!reply) {
+        qCDebug(lcX11) << "Cannot read the pointer position";
+        return {};
+    }
+    return QPointF(reply->root_x, reply->root_y);
+}
+
+bool X11DisplayServer::refresh()
+{
+    m_refreshTimer.stop();
+    if (!m_connection.isValid())
+        return false;
+    QList<DisplayInfo> fresh = readDisplays();
+    const quint32 changes = changesBetween(m_displays, fresh);
+    if (changes == 0)
+        return false;
+    m_displays = std::move(fresh);
+    qCDebug(lcScreens) << "Displays changed, flags" << changes;
+    for (const DisplayInfo& display : m_displays)
+        qCDebug(lcScreens) << "Display" << display.name << display.uuid << display.frame << "visible"
+                           << display.visibleFrame;
+    Q_EMIT displaysChanged(changes);
+    return true;
+}
+
+void X11DisplayServer::scheduleRefresh()
+{
+    if (!m_refreshTimer.isActive())
+        m_refreshTimer.start();
+}
+
+bool X11DisplayServer::handleX11Event(xcb_generic_event_t* event)
+{
+    const uint8_t type = event->response_type & 0x7f;
+    if (m_randrAvailable
+        && (type == m_randrEventBase + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == m_randrEventBase + XCB_RANDR_NOTIFY)) {
+        scheduleRefresh();
+        return false;
+    }
+    switch (type) {
+    case XCB_PROPERTY_NOTIFY: {
+        const auto* e = reinterpret_cast<const xcb_property_notify_event_t*>(event);
+        const bool onRoot = e->window == m_connection.root();
+        if ((onRoot
+                && (e->atom == m_connection.atom("_NET_CLIENT_LIST") || e->atom == m_connection.atom("_NET_WORKAREA")))
+            || e->atom == m_connection.atom("_NET_WM_STRUT_PARTIAL") || e->atom == m_connection.atom("_NET_WM_STRUT")
+            || e->atom == m_connection.atom("_NET_WM_WINDOW_TYPE"))
+            scheduleRefresh();
+        break;
+    }
+    case XCB_CONFIGURE_NOTIFY: {
+        // Only the root's own configuration: every moved window reports one too.
+        const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
+        if (e->window == m_connection.root())
+            scheduleRefresh();
+        break;
+    }
+    case XCB_MAP_NOTIFY: {
+        // A dock that no window manager lists shows up as a new mapped top level.
+        const auto* e = reinterpret_cast<const xcb_map_notify_event_t*>(event);
+        if (e->event == m_connection.root() || m_watched.contains(e->window))
+            scheduleRefresh();
+        break;
+    }
+    case XCB_UNMAP_NOTIFY: {
+        const auto* e = reinterpret_cast<const xcb_unmap_notify_event_t*>(event);
+        if (m_watched.contains(e->window))
+            scheduleRefresh();
+        break;
+    }
+    case XCB_DESTROY_NOTIFY: {
+        const auto* e = reinterpret_cast<const xcb_destroy_notify_event_t*>(event);
+        if (m_watched.remove(e->window)) {
+            m_connection.forgetWindow(e->window);
+            scheduleRefresh();
+        }
+        break;
+    }
+    default:
+        break;
+    }
+    return false;
+}
+
+QList<X11DisplayServer::Monitor> X11DisplayServer::readMonitors()
+{
+    QList<Monitor> monitors;
+    xcb_connection_t* c = m_connection.connection();
+    xcb_screen_t* screen = m_connection.screen();
+    if (m_randrAvailable) {
+        Reply<xcb_randr_get_monitors_reply_t> reply(
+            xcb_randr_get_monitors_reply(c, xcb_randr_get_monitors(c, m_connection.root(), 1), nullptr));
+        if (reply) {
+            for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
+                 xcb_randr_monitor_info_next(&it)) {
+                const xcb_randr_monitor_info_t* info = it.data;
+                Monitor monitor;
+                Reply<xcb_get_atom_name_reply_t> name(
+                    xcb_get_atom_name_reply(c, xcb_get_atom_name(c, info->name), nullptr));
+                if (name)
+                    monitor.name = QString::fromUtf8(
+                        xcb_get_atom_name_name(name.get()), xcb_get_atom_name_name_length(name.get()));
+                monitor.geometry = QRect(info->x, info->y, info->width, info->height);
+                monitor.primary = info->primary != 0;
+                const xcb_randr_output_t* outputs = xcb_randr_monitor_info_outputs(info);
+                for (int i = 0; i < xcb_randr_monitor_info_outputs_length(info); ++i)
+                    monitor.outputs << outputs[i];
+                if (monitor.geometry.isEmpty()) {
+                    qCDebug(lcX11) << "Skipping monitor" << monitor.name << "with an empty frame";
+                    continue;
+                }
+                monitors << monitor;
+            }
+            std::stable_sort(monitors.begin(), monitors.end(),
+                [](const Monitor& a, const Monitor& b) { return a.primary && !b.primary; });
+            return monitors;
+        }
+        qCWarning(lcX11) << "Cannot read the RandR monitors; treating the whole screen as one display";
+    }
+    if (screen)
+        monitors << Monitor {
+            QStringLiteral("screen"), QRect(0, 0, screen->width_in_pixels, screen->height_in_pixels), true, {}};
+    return monitors;
+}
+
+QString X11DisplayServer::uuidFor(const Monitor& monitor)
+{
+    xcb_connection_t* c = m_connection.connection();
+    const xcb_atom_t edidAtom = m_connection.atom("EDID");
+    for (quint32 output : monitor.outputs) {
+        if (edidAtom == XCB_ATOM_NONE)
+            break;
+        Reply<xcb_randr_get_output_property_reply_t> property(xcb_randr_get_output_property_reply(
+            c, xcb_randr_get_output_property(c, output, edidAtom, XCB_ATOM_ANY, 0, 128, 0, 0), nullptr));
+        if (!property || property->format != 8 || property->num_items == 0)
+            continue;
+        const QByteArray data(reinterpret_cast<const char*>(xcb_randr_get_output_property_data(property.get())),
+            int(property->num_items));
+        const std::optional<X11DisplayIdentity::Edid> edid = X11DisplayIdentity::parseEdid(data);
+        if (!edid) {
+            qCDebug(lcX11) << "Output" << output << "of" << monitor.name << "has an unreadable EDID";
+            continue;
+        }
+        QString connector;
+        if (!edid->hasSerial()) {
+            Reply<xcb_randr_get_output_info_reply_t> info(
+                xcb_randr_get_output_info_reply(c, xcb_randr_get_output_info(c, output, XCB_CURRENT_TIME), nullptr));
+            if (info)
+                connector = QString::fromUtf8(reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
+                    xcb_randr_get_output_info_name_length(info.get()));
+        }
+        return X11DisplayIdentity::uuidForEdid(*edid, connector);
+    }
+    if (monitor.name.isEmpty())
+        return {};
+    return X11DisplayIdentity::uuidForMonitorName(monitor.name);
+}
+
+QList<quint32> X11DisplayServer::property32(xcb_window_t window, xcb_atom_t property, bool* windowGone)
+{
+    QList<quint32> values;
+    xcb_connection_t* c = m_connection.connection();
+    xcb_generic_error_t* error = nullptr;
+    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024), &error));
+    if (error) {
+        if (windowGone)
+            *windowGone = error->error_code == XCB_WINDOW;
+        std::free(error);
+        return values;
+    }
+    if (!reply || reply->format != 32)
+        return values;
+    const auto* data = static_cast<const quint32*>(xcb_get_property_value(reply.get()));
+    const int count = xcb_get_property_value_length(reply.get()) / 4;
+    values.reserve(count);
+    for (int i = 0; i < count; ++i)
+        values << data[i];
+    return values;
+}
+
+QList<xcb_window_t> X11DisplayServer::strutCandidates()
+{
+    QList<xcb_window_t> windows;
+    for (quint32 window : property32(m_connection.root(), m_connection.atom("_NET_CLIENT_LIST")))
+        windows << window;
+
+    // Docks that the window manager does not list (or no window manager at all).
+    xcb_connection_t* c = m_connection.connection();
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, m_connection.root()), nullptr));
+    if (!tree)
+        return windows;
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    const int count = xcb_query_tree_children_length(tree.get());
+    const xcb_atom_t typeAtom = m_connection.atom("_NET_WM_WINDOW_TYPE");
+    const xcb_atom_t dockAtom = m_connection.atom("_NET_WM_WINDOW_TYPE_DOCK");
+    std::vector<xcb_get_window_attributes_cookie_t> attributeCookies;
+    std::vector<xcb_get_property_cookie_t> typeCookies;
+    attributeCookies.reserve(count);
+    typeCookies.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        attributeCookies.push_back(xcb_get_window_attributes(c, children[i]));
+        typeCookies.push_back(xcb_get_property(c, 0, children[i], typeAtom, XCB_ATOM_ATOM, 0, 32));
+    }
+    for (int i = 0; i < count; ++i) {
+        Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, attributeCookies[i], nullptr));
+        Reply<xcb_get_property_reply_t> type(xcb_get_property_reply(c, typeCookies[i], nullptr));
+        if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE || !type || type->format != 32)
+            continue;
+        const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(type.get()));
+        const int atomCount = xcb_get_property_value_length(type.get()) / 4;
+        if (std::find(atoms, atoms + atomCount, dockAtom) != atoms + atomCount && !windows.contains(children[i]))
+            windows << children[i];
+    }
+    return windows;
+}
+
+QList<X11Strut> X11DisplayServer::readStruts(QSize root)
+{
+    QList<X11Strut> struts;
+    const xcb_atom_t partialAtom = m_connection.atom("_NET_WM_STRUT_PARTIAL");
+    const xcb_atom_t legacyAtom = m_connection.atom("_NET_WM_STRUT");
+    QSet<xcb_window_t> seen;
+    for (xcb_window_t window : strutCandidates()) {
+        bool gone = false;
+        std::optional<X11Strut> strut = X11Strut::fromPartial(property32(window, partialAtom, &gone), root);
+        if (!strut && !gone)
+            strut = X11Strut::fromLegacy(property32(window, legacyAtom, &gone), root);
+        if (gone) {
+            m_connection.forgetWindow(window);
+            continue;
+        }
+        seen.insert(window);
+        // Watch every candidate: a client may become a panel later by setting a strut.
+        if (!m_watched.contains(window)
+            && m_connection.selectEvents(window, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY))
+            m_watched.insert(window);
+        if (strut)
+            struts << *strut;
+    }
+    // Windows that left the client list are not ours to track any more.
+    for (auto it = m_watched.begin(); it != m_watched.end();) {
+        if (seen.contains(*it)) {
+            ++it;
+        } else {
+            it = m_watched.erase(it);
+        }
+    }
+    return struts;
+}
+
+QList<DisplayInfo> X11DisplayServer::readDisplays()
+{
+    QList<DisplayInfo> displays;
+    xcb_screen_t* screen = m_connection.screen();
+    if (!screen)
+        return displays;
+    const QSize root(screen->width_in_pixels, screen->height_in_pixels);
+    const QList<X11Strut> struts = readStruts(root);
+    for (const Monitor& monitor : readMonitors()) {
+        DisplayInfo display;
+        display.uuid = uuidFor(monitor);
+        display.name = monitor.name;
+        display.frame = QRectF(monitor.geometry);
+        display.visibleFrame = QRectF(visibleArea(monitor.geometry, root, struts));
+        displays << display;
+    }
+    return displays;
+}

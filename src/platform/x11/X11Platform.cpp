@@ -1,0 +1,55 @@
+#include "platform/x11/X11Platform.h"
+
+#include "core/Logging.h"
+#include "platform/x11/X11Connection.h"
+#include "platform/x11/X11DesktopEffects.h"
+#include "platform/x11/X11DisplayServer.h"
+#include "platform/x11/X11GlobalInput.h"
+#include "platform/x11/X11HotkeyBackend.h"
+#include "platform/x11/X11WindowControl.h"
+
+X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
+    : m_connection(std::move(connection))
+    , m_displays(std::make_unique<X11DisplayServer>(*m_connection))
+    , m_windows(std::make_unique<X11WindowControl>(*m_connection))
+    , m_input(std::make_unique<X11GlobalInput>(*m_connection))
+    , m_hotkeys(std::make_unique<X11HotkeyBackend>(*m_connection))
+    , m_desktopEffects(std::make_unique<X11DesktopEffects>(*m_connection))
+{ }
+
+X11Platform::~X11Platform() = default;
+
+DisplayServer& X11Platform::displays()
+{
+    return *m_displays;
+}
+
+WindowControl& X11Platform::windows()
+{
+    return *m_windows;
+}
+
+GlobalInput& X11Platform::input()
+{
+    return *m_input;
+}
+
+HotkeyBackend& X11Platform::hotkeys()
+{
+    return *m_hotkeys;
+}
+
+DesktopEffects& X11Platform::desktopEffects()
+{
+    return *m_desktopEffects;
+}
+
+std::unique_ptr<Platform> createPlatform()
+{
+    auto connection = std::make_unique<X11Connection>();
+    if (!connection->isValid()) {
+        qCCritical(lcX11) << "No X server to work with: Parqueta needs an X11 session (is DISPLAY set?)";
+        return nullptr;
+    }
+    return std::make_unique<X11Platform>(std::move(connection));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <memory>
+
+class X11Connection;
+class X11DisplayServer;
+class X11WindowControl;
+class X11GlobalInput;
+class X11HotkeyBackend;
+class X11DesktopEffects;
+
+// The X11 backend: owns Parqueta's one X11 connection and every service built on it.
+// Services are created in the constructor after the connection and destroyed before
+// it (members are destroyed in reverse order); add new ones below m_displays.
+class X11Platform final : public Platform
+{
+public:
+    // Takes a valid connection (see createPlatform()).
+    explicit X11Platform(std::unique_ptr<X11Connection> connection);
+    ~X11Platform() override;
+
+    DisplayServer& displays() override;
+    WindowControl& windows() override;
+    GlobalInput& input() override;
+    HotkeyBackend& hotkeys() override;
+    DesktopEffects& desktopEffects() override;
+
+    X11Connection& connection() { return *m_connection; }
+
+private:
+    std::unique_ptr<X11Connection> m_connection;
+    std::unique_ptr<X11DisplayServer> m_displays;
+    std::unique_ptr<X11WindowControl> m_windows;
+    std::unique_ptr<X11GlobalInput> m_input;
+    std::unique_ptr<X11HotkeyBackend> m_hotkeys;
+    std::unique_ptr<X11DesktopEffects> m_desktopEffects;
+};
