@@ -1,6 +1,14 @@
+#include "app/Application.h"
+#include "app/SingleInstance.h"
+#include "app/UnixSignals.h"
 #include "core/Logging.h"
+#include "core/Settings.h"
+#include "platform/Platform.h"
+#include "platform/SettingsLocation.h"
+#include "views/AppIcon.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 
 int main(int argc, char** argv)
 {
@@ -9,6 +17,44 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("Parqueta"));
     QApplication::setApplicationVersion(QStringLiteral(PARQUETA_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
-    qCInfo(lcApp) << "Parqueta" << QApplication::applicationVersion() << "started";
+    QApplication::setWindowIcon(AppIcon::icon());
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Snaps windows into zones."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption loginItem(QStringLiteral("login-item"),
+                                       QStringLiteral("Started by the session at login: open no window."));
+    parser.addOption(loginItem);
+    parser.process(app);
+
+    SingleInstance instance;
+    if (instance.notifyRunningInstance()) {
+        qCInfo(lcApp) << "Parqueta is already running; asked it to come forward";
+        return 0;
+    }
+
+    std::unique_ptr<Platform> platform = createPlatform();
+    if (!platform) {
+        qCCritical(lcApp) << "Cannot reach the windowing system; is DISPLAY set to a running X server?";
+        return 1;
+    }
+    Settings settings(createUserSettingsBackend());
+
+    Application::Options options;
+    options.launchedAsLoginItem = parser.isSet(loginItem);
+    options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
+    Application application(*platform, settings, options);
+
+    instance.listen();
+    QObject::connect(&instance, &SingleInstance::reopenRequested, &application, &Application::reopen);
+    UnixSignals signals;
+    QObject::connect(&signals, &UnixSignals::terminationRequested, &application, &Application::quit);
+    platform->setConnectionLostHandler([&application] {
+        qCCritical(lcApp) << "The windowing system went away; quitting";
+        application.quit();
+    });
+
+    application.start();
     return app.exec();
 }

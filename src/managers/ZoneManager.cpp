@@ -184,11 +184,11 @@ void ZoneManager::snap(const WindowPtr& window, const std::vector<std::shared_pt
         return;
     }
 
-    // The record kept is taken at the window's first snap, just before it moves: its size
-    // is what an unsnap restores. A window snapped again keeps that record, since any
-    // record taken since carries a zone's size; so does a window dragged from zone to zone,
-    // whose drag record was taken in the old zone but whose size the unsnap at the end of
-    // the drag has just restored.
+    // The record kept is the one taken at the window's first snap, just before it moves:
+    // its size is what an unsnap restores. A window snapped again keeps it (later records
+    // carry a zone's size). The caller's record is not used for a first snap: a drag's
+    // record dates from the drag's start, possibly in an old zone, and the unsnap at the
+    // drag's end has just given the window its earlier size back.
     WindowPtr keep = m_snappedWindows.value(window->id());
     if (!keep && window->handle())
         keep = m_windows.windowFrom(window->handle());

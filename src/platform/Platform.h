@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 class QObject;
@@ -27,6 +28,13 @@ public:
     virtual HotkeyBackend& hotkeys() = 0;
     // What Parqueta's own overlay windows can rely on (translucency).
     virtual DesktopEffects& desktopEffects() = 0;
+    // Whether the operating system lets Parqueta control other applications' windows,
+    // checked without prompting the user. X11 needs no grant; macOS asks for the
+    // accessibility permission.
+    virtual bool hasWindowControlPermission() const = 0;
+    // Called once if the windowing system goes away (the X server exits); nothing of
+    // the platform works afterwards, so the application should quit.
+    virtual void setConnectionLostHandler(std::function<void()> handler) = 0;
 };
 
 // Defined by the backend linked into the executable. Returns nullptr (after logging

@@ -53,3 +53,9 @@ std::unique_ptr<Platform> createPlatform()
     }
     return std::make_unique<X11Platform>(std::move(connection));
 }
+
+void X11Platform::setConnectionLostHandler(std::function<void()> handler)
+{
+    QObject::disconnect(m_connection.get(), &X11Connection::connectionLost, nullptr, nullptr);
+    QObject::connect(m_connection.get(), &X11Connection::connectionLost, m_connection.get(), std::move(handler));
+}

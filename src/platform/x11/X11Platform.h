@@ -26,6 +26,9 @@ public:
     GlobalInput& input() override;
     HotkeyBackend& hotkeys() override;
     DesktopEffects& desktopEffects() override;
+    // Any X11 client may move any window: there is nothing to grant.
+    bool hasWindowControlPermission() const override { return true; }
+    void setConnectionLostHandler(std::function<void()> handler) override;
 
     X11Connection& connection() { return *m_connection; }
 

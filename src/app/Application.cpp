@@ -1,0 +1,164 @@
+#include "app/Application.h"
+
+#include "app/StatusMenu.h"
+#include "core/Logging.h"
+#include "core/Settings.h"
+#include "managers/GlobalShortcuts.h"
+#include "managers/LayoutManager.h"
+#include "managers/ScreenManager.h"
+#include "managers/WindowDragMonitor.h"
+#include "managers/WindowManager.h"
+#include "managers/ZoneGestureMonitor.h"
+#include "managers/ZoneManager.h"
+#include "managers/ZoneMonitor.h"
+#include "models/Layout.h"
+#include "platform/GlobalInput.h"
+#include "platform/HotkeyBackend.h"
+#include "platform/Platform.h"
+#include "views/AboutWindow.h"
+#include "views/ZoneManagerOverlayEngine.h"
+#include "views/ZonesOverlayFactory.h"
+
+#include <QApplication>
+#include <QTimer>
+
+namespace {
+// Tray icons embed a moment after start-up; a message sent earlier is lost.
+constexpr int kNoticeDelayMs = 2000;
+} // namespace
+
+Application::Application(Platform& platform, Settings& settings, Options options, QObject* parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_settings(settings)
+    , m_options(std::move(options))
+{
+    m_screens = std::make_unique<ScreenManager>(platform.displays(), settings);
+    m_windows = std::make_unique<WindowManager>(platform.windows(), WindowManager::screenLocator(*m_screens));
+    m_shortcuts = std::make_unique<GlobalShortcuts>(platform.hotkeys(), settings);
+    m_layouts = std::make_unique<LayoutManager>(settings, *m_screens, *m_shortcuts);
+    m_dragMonitor = std::make_unique<WindowDragMonitor>(platform.input(), *m_windows);
+    m_gestureMonitor = std::make_unique<ZoneGestureMonitor>(*m_dragMonitor, platform.input(), settings);
+    m_overlays = std::make_unique<ZonesOverlayFactory>(*m_screens, settings, platform.desktopEffects());
+    m_statusMenu = std::make_unique<StatusMenu>(settings, m_options.communityUrl);
+
+    // Shortcuts that cannot be had are told to the user once, not only logged; the
+    // tray must exist before the six are registered.
+    connect(m_shortcuts.get(), &GlobalShortcuts::shortcutUnavailable, this,
+            [this](const QString& name, KeyCombination combination, const QString&) {
+                queueShortcutNotice(GlobalShortcuts::unavailableNotice(name, combination));
+            });
+    m_shortcuts->registerDefaultShortcuts();
+
+    m_zones = std::make_unique<ZoneManager>(*m_screens, *m_layouts, *m_windows, *m_gestureMonitor, *m_shortcuts,
+                                            settings, *m_overlays);
+    m_overlayEngine = std::make_unique<ZoneManagerOverlayEngine>(*m_zones, *m_gestureMonitor);
+    m_overlays->setEngine(m_overlayEngine.get());
+    m_zoneMonitor = std::make_unique<ZoneMonitor>(*m_zones, *m_dragMonitor);
+
+    connect(m_statusMenu.get(), &StatusMenu::aboutRequested, this, &Application::showAbout);
+    connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &Application::quit);
+}
+
+Application::~Application()
+{
+    shutDown();
+}
+
+void Application::start()
+{
+    // The order fixes the order observers are called in: the zone monitor's unsnap at
+    // the end of a drag must run before the overlay snaps the window again.
+    m_zones->startObserving();
+    m_zoneMonitor->startMonitoring();
+    m_dragMonitor->stopMonitoring();
+    m_dragMonitor->startMonitoring();
+    m_gestureMonitor->startMonitoring();
+
+    if (!m_platform.hasWindowControlPermission())
+        qCWarning(lcApp) << "Parqueta may not control other applications' windows yet; snapping waits for the grant";
+
+    if (m_settings.value(Keys::firstRun)) {
+        qCInfo(lcApp) << "First run: installing the preset layouts";
+        m_layouts->setDefaultLayouts();
+        m_settings.setValue(Keys::firstRun, false);
+    }
+
+    connect(m_screens.get(), &ScreenManager::displayReconfiguration, this,
+            &Application::handleDisplayReconfiguration);
+    giveEveryScreenALayout();
+    m_settings.sync();
+
+    qCInfo(lcApp) << "Parqueta" << QApplication::applicationVersion() << "is running on"
+                  << m_screens->screens().size() << "screen(s)";
+}
+
+void Application::giveEveryScreenALayout()
+{
+    for (const Screen& screen : m_screens->screens()) {
+        if (!m_layouts->lookupLayouts(screen))
+            m_layouts->save({Layout::defaultFor(screen, *m_screens)}, screen);
+    }
+}
+
+void Application::handleDisplayReconfiguration()
+{
+    // Overlays belong to the displays that existed when the gesture began: rebuild them
+    // for the displays there are now, so none is left over an unplugged monitor.
+    if (m_zones->hasOverlays()) {
+        m_zones->removeOverlayWindows();
+        m_zones->showOverlayWindows();
+    }
+}
+
+void Application::reopen()
+{
+    // The settings window will answer this; until it exists, About is what there is.
+    showAbout();
+}
+
+void Application::showAbout()
+{
+    if (!m_about)
+        m_about = std::make_unique<AboutWindow>();
+    m_about->present();
+}
+
+void Application::queueShortcutNotice(const QString& notice)
+{
+    m_pendingNotices.append(notice);
+    if (m_pendingNotices.size() == 1)
+        QTimer::singleShot(kNoticeDelayMs, this, &Application::flushShortcutNotices);
+}
+
+void Application::flushShortcutNotices()
+{
+    if (m_pendingNotices.isEmpty())
+        return;
+    m_statusMenu->notify(tr("Some shortcuts are unavailable"), m_pendingNotices.join(QLatin1Char('\n')));
+    m_pendingNotices.clear();
+}
+
+void Application::quit()
+{
+    shutDown();
+    QCoreApplication::quit();
+}
+
+void Application::shutDown()
+{
+    if (m_shutDown)
+        return;
+    m_shutDown = true;
+    qCInfo(lcApp) << "Shutting down";
+    m_zones->removeOverlayWindows();
+    m_gestureMonitor->stopMonitoring();
+    m_zoneMonitor->stopMonitoring();
+    m_dragMonitor->stopMonitoring();
+    m_zones->stopObserving();
+    m_overlays->setEngine(nullptr);
+    // Key grabs are released when the shortcut service is destroyed with this object,
+    // before main() closes the platform's connection.
+    if (!m_settings.sync())
+        qCWarning(lcApp) << "Settings could not be written on the way out";
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+
+class AboutWindow;
+class GlobalShortcuts;
+class LayoutManager;
+class Platform;
+class ScreenManager;
+class Settings;
+class StatusMenu;
+class WindowDragMonitor;
+class WindowManager;
+class ZoneGestureMonitor;
+class ZoneManager;
+class ZoneManagerOverlayEngine;
+class ZoneMonitor;
+class ZonesOverlayFactory;
+
+// The application's delegate: owns one instance of every manager, wires them in the
+// order the engine depends on, runs the launch sequence and tears everything down
+// cleanly on quit.
+class Application final : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Options
+    {
+        // Started by the session at login: no window opens by itself.
+        bool launchedAsLoginItem = false;
+        // The tray's community link; the item is hidden while empty.
+        QString communityUrl;
+    };
+
+    Application(Platform& platform, Settings& settings, Options options, QObject* parent = nullptr);
+    ~Application() override;
+
+    // The launch sequence: engine observers in their fixed order, the permission check,
+    // first-run layouts, display changes, a layout for every screen.
+    void start();
+    // A later launch asked this instance to come forward.
+    void reopen();
+    // Overlays gone, monitors stopped, grabs released, settings flushed; then the event
+    // loop ends. Safe to call more than once.
+    void quit();
+
+    ScreenManager& screenManager() const { return *m_screens; }
+    LayoutManager& layoutManager() const { return *m_layouts; }
+    ZoneManager& zoneManager() const { return *m_zones; }
+
+private:
+    void shutDown();
+    void handleDisplayReconfiguration();
+    void giveEveryScreenALayout();
+    void showAbout();
+    void queueShortcutNotice(const QString& notice);
+    void flushShortcutNotices();
+
+    Platform& m_platform;
+    Settings& m_settings;
+    Options m_options;
+    bool m_shutDown = false;
+    QStringList m_pendingNotices;
+
+    // Declared in construction order; shutDown() stops everything before they go.
+    std::unique_ptr<ScreenManager> m_screens;
+    std::unique_ptr<WindowManager> m_windows;
+    std::unique_ptr<GlobalShortcuts> m_shortcuts;
+    std::unique_ptr<LayoutManager> m_layouts;
+    std::unique_ptr<WindowDragMonitor> m_dragMonitor;
+    std::unique_ptr<ZoneGestureMonitor> m_gestureMonitor;
+    std::unique_ptr<ZonesOverlayFactory> m_overlays;
+    std::unique_ptr<ZoneManager> m_zones;
+    std::unique_ptr<ZoneManagerOverlayEngine> m_overlayEngine;
+    std::unique_ptr<ZoneMonitor> m_zoneMonitor;
+    std::unique_ptr<StatusMenu> m_statusMenu;
+    std::unique_ptr<AboutWindow> m_about;
+};

@@ -1,0 +1,80 @@
+#include "app/SingleInstance.h"
+
+#include "core/Logging.h"
+
+#include <QCryptographicHash>
+#include <QLocalServer>
+#include <QLocalSocket>
+
+#include <unistd.h>
+
+namespace {
+const QByteArray kReopen = QByteArrayLiteral("reopen\n");
+const QByteArray kAcknowledged = QByteArrayLiteral("ok\n");
+constexpr int kTimeoutMs = 1000;
+} // namespace
+
+SingleInstance::SingleInstance(QString key, QObject* parent)
+    : QObject(parent)
+    , m_key(std::move(key))
+{
+}
+
+SingleInstance::~SingleInstance() = default;
+
+QString SingleInstance::defaultKey()
+{
+    // The display belongs in the key: two X sessions of one user run two instances.
+    const QByteArray session = QByteArray::number(::getuid()) + '|' + qgetenv("DISPLAY");
+    return QStringLiteral("parqueta-")
+        + QString::fromLatin1(QCryptographicHash::hash(session, QCryptographicHash::Sha1).toHex().left(16));
+}
+
+bool SingleInstance::notifyRunningInstance()
+{
+    QLocalSocket socket;
+    socket.connectToServer(m_key);
+    if (!socket.waitForConnected(kTimeoutMs))
+        return false;
+    socket.write(kReopen);
+    if (!socket.waitForBytesWritten(kTimeoutMs))
+        return false;
+    // Wait for the answer so a dead listener whose socket file lingers is not mistaken
+    // for a running instance.
+    if (!socket.waitForReadyRead(kTimeoutMs))
+        return false;
+    return socket.readLine() == kAcknowledged;
+}
+
+bool SingleInstance::listen()
+{
+    m_server = new QLocalServer(this);
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    if (!m_server->listen(m_key)) {
+        // A crashed instance leaves its socket file behind; nobody answered on it above.
+        QLocalServer::removeServer(m_key);
+        if (!m_server->listen(m_key)) {
+            qCWarning(lcApp) << "Cannot listen for later launches on" << m_key << ":" << m_server->errorString();
+            return false;
+        }
+    }
+    connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);
+    return true;
+}
+
+void SingleInstance::acceptConnections()
+{
+    while (QLocalSocket* socket = m_server->nextPendingConnection()) {
+        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+            if (!socket->canReadLine())
+                return;
+            if (socket->readLine() == kReopen) {
+                socket->write(kAcknowledged);
+                socket->flush();
+                Q_EMIT reopenRequested();
+            }
+            socket->disconnectFromServer();
+        });
+    }
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QLocalServer;
+
+// One Parqueta per user session. The first instance listens on a local socket that only
+// its user can reach; a later launch finds it, asks it to reopen and steps aside.
+class SingleInstance final : public QObject
+{
+    Q_OBJECT
+
+public:
+    // key names the session; the default is derived from the user and the X display.
+    explicit SingleInstance(QString key = defaultKey(), QObject* parent = nullptr);
+    ~SingleInstance() override;
+
+    // True when another instance answered and took the reopen request: exit now.
+    bool notifyRunningInstance();
+    // Starts listening; false (logged) when the socket cannot be created.
+    bool listen();
+
+    static QString defaultKey();
+
+Q_SIGNALS:
+    // A later launch asked this instance to come forward.
+    void reopenRequested();
+
+private:
+    void acceptConnections();
+
+    QString m_key;
+    QLocalServer* m_server = nullptr;
+};

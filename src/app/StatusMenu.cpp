@@ -1,0 +1,74 @@
+#include "app/StatusMenu.h"
+
+#include "core/Logging.h"
+#include "core/Settings.h"
+#include "views/AppIcon.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <QUrl>
+
+StatusMenu::StatusMenu(Settings& settings, QString communityUrl, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_communityUrl(std::move(communityUrl))
+{
+    // The menu has no parent widget; this object owns it.
+    m_menu = new QMenu();
+    m_menu->setObjectName(QStringLiteral("statusMenu"));
+
+    QAction* version = m_menu->addAction(tr("Version %1").arg(QApplication::applicationVersion()));
+    version->setEnabled(false); // shown in the secondary (disabled) style, does nothing
+
+    QAction* about = m_menu->addAction(tr("About %1").arg(QApplication::applicationName()));
+    connect(about, &QAction::triggered, this, &StatusMenu::aboutRequested);
+
+    QAction* community = m_menu->addAction(tr("Join our community"));
+    community->setVisible(!m_communityUrl.isEmpty());
+    connect(community, &QAction::triggered, this, [this] { QDesktopServices::openUrl(QUrl(m_communityUrl)); });
+
+    m_menu->addSeparator();
+    QAction* quit = m_menu->addAction(tr("Quit"));
+    connect(quit, &QAction::triggered, this, &StatusMenu::quitRequested);
+
+    m_tray = new QSystemTrayIcon(AppIcon::icon(), this);
+    m_tray->setToolTip(QApplication::applicationName());
+    m_tray->setContextMenu(m_menu);
+    // A left click opens the same menu: there is no main window to show.
+    connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger)
+            m_menu->popup(QCursor::pos());
+    });
+    connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
+        if (name == QLatin1String(Keys::hideMenuBarIcon.name))
+            applyIconVisibility();
+    });
+    applyIconVisibility();
+}
+
+StatusMenu::~StatusMenu()
+{
+    delete m_menu;
+}
+
+bool StatusMenu::isIconVisible() const
+{
+    return m_tray->isVisible();
+}
+
+void StatusMenu::notify(const QString& title, const QString& message)
+{
+    qCInfo(lcApp).noquote() << title << "-" << message;
+    if (m_tray->isVisible())
+        m_tray->showMessage(title, message, QSystemTrayIcon::Warning, 10000);
+}
+
+void StatusMenu::applyIconVisibility()
+{
+    const bool hidden = m_settings.value(Keys::hideMenuBarIcon);
+    if (!hidden && !QSystemTrayIcon::isSystemTrayAvailable())
+        qCInfo(lcApp) << "No system tray on this desktop yet; the icon appears when one starts";
+    m_tray->setVisible(!hidden);
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QRegion>
+#include <QWidget>
+
+class Settings;
+class Zone;
+class ZonesViewModel;
+
+// Paints one screen's zones: the backdrop, the accent border, every zone's outline and
+// number, and the highlighted zones' fill. It decides nothing; it repaints exactly the
+// zones whose highlight flipped.
+//
+// Translucent mode (a compositor runs) leaves the backdrop see-through. Opaque mode
+// paints every pixel solid and tells the window, through paintedRegion(), which pixels
+// carry something other than backdrop, so the window can shape itself to them.
+class ZonesView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    ZonesView(ZonesViewModel& viewModel, const Settings& settings, QWidget* parent = nullptr);
+
+    void setOpaque(bool opaque);
+    bool isOpaque() const { return m_opaque; }
+
+    // Border, outlines, numbers and highlighted fills, in the view's coordinates.
+    QRegion paintedRegion() const;
+
+Q_SIGNALS:
+    // What paintedRegion() returns has changed.
+    void paintedRegionChanged();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void zoneHighlightChanged(int index);
+    void redrawAll();
+    QFont numberFont() const;
+    QRegion numberRegion(const Zone& zone, const QRectF& frame) const;
+
+    ZonesViewModel& m_viewModel;
+    const Settings& m_settings;
+    bool m_opaque = false;
+};

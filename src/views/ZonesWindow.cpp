@@ -1,0 +1,90 @@
+#include "views/ZonesWindow.h"
+
+#include "core/Logging.h"
+#include "platform/DesktopEffects.h"
+#include "views/ZonesView.h"
+#include "views/ZonesViewModel.h"
+
+#include <QPropertyAnimation>
+
+ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect& frame, const Settings& settings,
+    const DesktopEffects& effects, QWidget* parent)
+    : QWidget(parent,
+        // Override-redirect (bypassing the window manager) is what makes it click-through
+        // on X11: a managed tool window gets a frame that swallows clicks and shows up in
+        // task bars.
+        Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
+            | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
+    , m_viewModel(viewModel.release())
+    , m_view(new ZonesView(*m_viewModel, settings, this))
+    , m_fadeIn(new QPropertyAnimation(this, "windowOpacity", this))
+{
+    m_viewModel->setParent(this);
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setWindowTitle(QStringLiteral("Parqueta zones"));
+
+    setGeometry(frame);
+    m_view->setGeometry(rect());
+
+    m_fadeIn->setDuration(kFadeInMs);
+    m_fadeIn->setStartValue(0.0);
+    m_fadeIn->setEndValue(1.0);
+
+    connect(m_view, &ZonesView::paintedRegionChanged, this, &ZonesWindow::updateMask);
+    connect(&effects, &DesktopEffects::overlaysCanBeTranslucentChanged, this, &ZonesWindow::setTranslucent);
+    setTranslucent(effects.overlaysCanBeTranslucent());
+}
+
+ZonesWindow::~ZonesWindow()
+{
+    m_viewModel->stopMonitoring();
+}
+
+const Screen& ZonesWindow::screen() const
+{
+    return m_viewModel->screen();
+}
+
+const std::shared_ptr<Layout>& ZonesWindow::layout() const
+{
+    return m_viewModel->layout();
+}
+
+void ZonesWindow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_viewModel->startMonitoring();
+    setWindowOpacity(0.0);
+    m_fadeIn->start();
+}
+
+void ZonesWindow::hideEvent(QHideEvent* event)
+{
+    m_fadeIn->stop();
+    m_viewModel->stopMonitoring();
+    QWidget::hideEvent(event);
+}
+
+void ZonesWindow::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_view->setGeometry(rect());
+}
+
+void ZonesWindow::setTranslucent(bool translucent)
+{
+    // Without a compositor transparent pixels come out black and would hide every window
+    // beneath: draw solid instead and cut the window down to what carries information.
+    qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << (translucent ? "translucent" : "shaped");
+    m_view->setOpaque(!translucent);
+    updateMask();
+}
+
+void ZonesWindow::updateMask()
+{
+    if (m_view->isOpaque())
+        setMask(m_view->paintedRegion());
+    else
+        clearMask();
+}
