@@ -75,6 +75,8 @@ namespace Logging {
 
 void install()
 {
+    // Debug lines are for whoever asks for them; QT_LOGGING_RULES still overrides this.
+    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.debug=false"));
     qInstallMessageHandler(handler);
 }
 

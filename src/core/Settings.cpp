@@ -204,9 +204,14 @@ void Settings::setValue(const ColorKey& key, const QColor& value)
     written(key.name, key.storedKey);
 }
 
-QMap<QString, QByteArray> Settings::blobs(const BlobMapKey& key) const
+
+// A map of single values: entries that do not convert are skipped (and reported once)
+// while their siblings are kept.
+template <typename T>
+QMap<QString, T> Settings::readMap(
+    const BlobMapKey& key, std::optional<T> (*convert)(const QVariant&), const QString& what) const
 {
-    QMap<QString, QByteArray> result;
+    QMap<QString, T> result;
     const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
     if (!raw.isValid())
         return result;
@@ -217,16 +222,21 @@ QMap<QString, QByteArray> Settings::blobs(const BlobMapKey& key) const
     QStringList skipped;
     const QVariantMap map = raw.toMap();
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (const std::optional<QByteArray> blob = asBlob(it.value()))
-            result.insert(it.key(), *blob);
+        if (const std::optional<T> value = convert(it.value()))
+            result.insert(it.key(), *value);
         else
             skipped << QStringLiteral("%1: %2").arg(it.key(), describe(it.value()));
     }
     if (!skipped.isEmpty())
         reportProblem(key.storedKey,
-            QStringLiteral("has entries that are not blobs, skipped while the rest is kept: %1")
-                .arg(skipped.join(u"; ")));
+            QStringLiteral("has entries that are not %1, skipped while the rest is kept: %2")
+                .arg(what, skipped.join(u"; ")));
     return result;
+}
+
+QMap<QString, QByteArray> Settings::blobs(const BlobMapKey& key) const
+{
+    return readMap<QByteArray>(key, asBlob, QStringLiteral("blobs"));
 }
 
 void Settings::setBlobs(const BlobMapKey& key, const QMap<QString, QByteArray>& value)
@@ -291,27 +301,7 @@ void Settings::setBlobLists(const BlobMapKey& key, const QMap<QString, QList<QBy
 
 QMap<QString, QString> Settings::strings(const BlobMapKey& key) const
 {
-    QMap<QString, QString> result;
-    const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
-    if (!raw.isValid())
-        return result;
-    if (!isMap(raw)) {
-        reportProblem(key.storedKey, QStringLiteral("is not a map (%1); it reads as empty").arg(describe(raw)));
-        return result;
-    }
-    QStringList skipped;
-    const QVariantMap map = raw.toMap();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (const std::optional<QString> text = asText(it.value()))
-            result.insert(it.key(), *text);
-        else
-            skipped << QStringLiteral("%1: %2").arg(it.key(), describe(it.value()));
-    }
-    if (!skipped.isEmpty())
-        reportProblem(key.storedKey,
-            QStringLiteral("has entries that are not text, skipped while the rest is kept: %1")
-                .arg(skipped.join(u"; ")));
-    return result;
+    return readMap<QString>(key, asText, QStringLiteral("text"));
 }
 
 void Settings::setStrings(const BlobMapKey& key, const QMap<QString, QString>& value)

@@ -10,6 +10,7 @@
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
 // A typed key: the name used in code, the key it is stored under, and its default.
 template <typename T>
@@ -105,6 +106,9 @@ Q_SIGNALS:
     void changed(const QString& name);
 
 private:
+    template <typename T>
+    QMap<QString, T> readMap(
+        const BlobMapKey& key, std::optional<T> (*convert)(const QVariant&), const QString& what) const;
     // A stored value that cannot be used is logged once, not at every read; a new
     // problem under the same key, or a write to it, starts over.
     void reportProblem(const char* storedKey, const QString& problem) const;
