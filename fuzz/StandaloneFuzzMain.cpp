@@ -2,6 +2,7 @@
 // read file by file, in name order), the way libFuzzer replays a corpus. This is how the
 // targets run in a normal build, where libFuzzer is not available: each seed and each
 // regression input becomes part of the test suite.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
