@@ -109,6 +109,20 @@ QByteArray archive(const QColor& color)
     return blob;
 }
 
+namespace {
+
+bool isKnownSpec(qint8 spec)
+{
+    // Compared as numbers: casting an unknown number to the enum first would itself be undefined.
+    for (const QColor::Spec known : {QColor::Rgb, QColor::Hsv, QColor::Cmyk, QColor::Hsl, QColor::ExtendedRgb}) {
+        if (spec == static_cast<qint8>(known))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 std::optional<QColor> unarchive(const QByteArray& blob)
 {
     QDataStream in(blob);
@@ -118,6 +132,14 @@ std::optional<QColor> unarchive(const QByteArray& blob)
     in >> magic >> version;
     if (in.status() != QDataStream::Ok || magic != kArchiveMagic || version != kArchiveVersion)
         return std::nullopt;
+    // Qt trusts the spec byte of a streamed colour and keeps whatever number it finds, which
+    // later reads as an enum value that does not exist; check it before Qt reads the colour.
+    const qint64 colorStart = in.device()->pos();
+    qint8 spec = 0;
+    in >> spec;
+    if (in.status() != QDataStream::Ok || !isKnownSpec(spec))
+        return std::nullopt;
+    in.device()->seek(colorStart);
     QColor color;
     in >> color;
     if (in.status() != QDataStream::Ok || !in.atEnd() || !color.isValid())
