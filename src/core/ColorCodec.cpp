@@ -1,5 +1,7 @@
 #include "core/ColorCodec.h"
 
+#include "core/NumericVariant.h"
+
 #include <QDataStream>
 #include <QIODevice>
 #include <QRgba64>
@@ -18,21 +20,6 @@ constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_6_0;
 bool isUnitInterval(double value)
 {
     return std::isfinite(value) && value >= 0.0 && value <= 1.0;
-}
-
-bool isNumber(const QVariant& value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return true;
-    default:
-        return false;
-    }
 }
 
 // Components are taken from the 16-bit channels Qt keeps, so a colour survives a
@@ -67,7 +54,7 @@ std::optional<QColor> decodeList(const QVariantList& list)
     quint16 rgba[4];
     for (int i = 0; i < 4; ++i) {
         const QVariant& component = components.at(i);
-        if (!isNumber(component) || !isUnitInterval(component.toDouble()))
+        if (!isNumericVariant(component) || !isUnitInterval(component.toDouble()))
             return std::nullopt;
         rgba[i] = toChannel(component.toDouble());
     }

@@ -2,6 +2,7 @@
 
 #include "core/ColorCodec.h"
 #include "core/Logging.h"
+#include "core/NumericVariant.h"
 #include "core/MemorySettingsBackend.h"
 
 #include <QCoreApplication>
@@ -34,21 +35,6 @@ QString describe(const QVariant& value)
     if (text.size() > 80)
         text = text.left(77) + QStringLiteral("...");
     return text;
-}
-
-bool isNumber(const QVariant& value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return true;
-    default:
-        return false;
-    }
 }
 
 bool isPlausibleNumber(double value)
@@ -156,7 +142,7 @@ double Settings::value(const DoubleKey& key) const
     const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
     if (!raw.isValid())
         return key.defaultValue;
-    if (isNumber(raw) && isPlausibleNumber(raw.toDouble()))
+    if (isNumericVariant(raw) && isPlausibleNumber(raw.toDouble()))
         return raw.toDouble();
     reportProblem(key.storedKey, QStringLiteral("is not a usable number (%1); the default applies").arg(describe(raw)));
     return key.defaultValue;
@@ -205,6 +191,18 @@ void Settings::setValue(const ColorKey& key, const QColor& value)
 }
 
 
+std::optional<QVariantMap> Settings::storedMap(const BlobMapKey& key) const
+{
+    const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
+    if (!raw.isValid())
+        return std::nullopt;
+    if (!isMap(raw)) {
+        reportProblem(key.storedKey, QStringLiteral("is not a map (%1); it reads as empty").arg(describe(raw)));
+        return std::nullopt;
+    }
+    return raw.toMap();
+}
+
 // A map of single values: entries that do not convert are skipped (and reported once)
 // while their siblings are kept.
 template <typename T>
@@ -212,15 +210,11 @@ QMap<QString, T> Settings::readMap(
     const BlobMapKey& key, std::optional<T> (*convert)(const QVariant&), const QString& what) const
 {
     QMap<QString, T> result;
-    const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
-    if (!raw.isValid())
+    const std::optional<QVariantMap> stored = storedMap(key);
+    if (!stored)
         return result;
-    if (!isMap(raw)) {
-        reportProblem(key.storedKey, QStringLiteral("is not a map (%1); it reads as empty").arg(describe(raw)));
-        return result;
-    }
+    const QVariantMap& map = *stored;
     QStringList skipped;
-    const QVariantMap map = raw.toMap();
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
         if (const std::optional<T> value = convert(it.value()))
             result.insert(it.key(), *value);
@@ -254,15 +248,11 @@ void Settings::setBlobs(const BlobMapKey& key, const QMap<QString, QByteArray>& 
 QMap<QString, QList<QByteArray>> Settings::blobLists(const BlobMapKey& key) const
 {
     QMap<QString, QList<QByteArray>> result;
-    const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
-    if (!raw.isValid())
+    const std::optional<QVariantMap> stored = storedMap(key);
+    if (!stored)
         return result;
-    if (!isMap(raw)) {
-        reportProblem(key.storedKey, QStringLiteral("is not a map (%1); it reads as empty").arg(describe(raw)));
-        return result;
-    }
+    const QVariantMap& map = *stored;
     QStringList skipped;
-    const QVariantMap map = raw.toMap();
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
         if (!isList(it.value())) {
             skipped << QStringLiteral("%1: %2").arg(it.key(), describe(it.value()));

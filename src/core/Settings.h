@@ -109,6 +109,8 @@ private:
     template <typename T>
     QMap<QString, T> readMap(
         const BlobMapKey& key, std::optional<T> (*convert)(const QVariant&), const QString& what) const;
+    // The map stored under key; absent when there is none or (reported) when something else is there.
+    std::optional<QVariantMap> storedMap(const BlobMapKey& key) const;
     // A stored value that cannot be used is logged once, not at every read; a new
     // problem under the same key, or a write to it, starts over.
     void reportProblem(const char* storedKey, const QString& problem) const;

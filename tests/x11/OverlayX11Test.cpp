@@ -99,21 +99,6 @@ protected:
             && std::abs(a.blue() - b.blue()) <= tolerance;
     }
 
-    // The innermost window that receives the pointer at its current position.
-    xcb_window_t windowUnderPointer()
-    {
-        xcb_connection_t* c = desktop.connection();
-        xcb_window_t window = desktop.root();
-        for (int depth = 0; depth < 16; ++depth) {
-            xcb_query_pointer_reply_t* reply = xcb_query_pointer_reply(c, xcb_query_pointer(c, window), nullptr);
-            const xcb_window_t child = reply ? reply->child : xcb_window_t(XCB_WINDOW_NONE);
-            std::free(reply);
-            if (child == XCB_WINDOW_NONE)
-                break;
-            window = child;
-        }
-        return window;
-    }
 
     xcb_window_t inputFocus()
     {
@@ -167,7 +152,7 @@ TEST_F(OverlayX11Test, WithoutCompositorTheWindowBeneathStaysVisibleClickableAnd
     XTestInput input;
     ASSERT_TRUE(input.isValid()) << "the X server lacks XTest (Debian package xvfb)";
     input.moveTo(kInZoneOne.x(), kInZoneOne.y());
-    EXPECT_EQ(windowUnderPointer(), client) << "the pointer reaches the window beneath";
+    EXPECT_EQ(desktop.deepestWindowUnderPointer(), client) << "the pointer reaches the window beneath";
 
     // A highlighted zone is painted solid (highlight half over the solid backdrop) and
     // still lets the pointer through.
@@ -176,7 +161,7 @@ TEST_F(OverlayX11Test, WithoutCompositorTheWindowBeneathStaysVisibleClickableAnd
     const QColor lit((20 + 240) / 2, (160 + 240) / 2, (40 + 250) / 2);
     EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return near(screenPixel(kInZoneOne), lit); }))
         << qPrintable(screenPixel(kInZoneOne).name());
-    EXPECT_EQ(windowUnderPointer(), client);
+    EXPECT_EQ(desktop.deepestWindowUnderPointer(), client);
 }
 
 TEST_F(OverlayX11Test, WithCompositorTheBackdropIsTranslucent)

@@ -30,21 +30,6 @@ protected:
 
     WindowPtr recordFor(xcb_window_t window) { return windows.windowFrom(X11WindowControl::handleFor(window)); }
 
-    // The innermost window under the pointer, as the server sees it.
-    xcb_window_t deepestWindowUnderPointer()
-    {
-        xcb_connection_t* c = desktop.connection();
-        xcb_window_t window = desktop.root();
-        for (int depth = 0; depth < 16; ++depth) {
-            xcb_query_pointer_reply_t* reply = xcb_query_pointer_reply(c, xcb_query_pointer(c, window), nullptr);
-            const xcb_window_t child = reply ? reply->child : xcb_window_t(XCB_WINDOW_NONE);
-            std::free(reply);
-            if (child == XCB_WINDOW_NONE)
-                break;
-            window = child;
-        }
-        return window;
-    }
 
     VirtualDesktop& desktop = VirtualDesktop::shared();
     X11Connection connection;
@@ -158,7 +143,7 @@ TEST_F(WindowControlTest, WindowAtCursorThroughAClickIntoAChildWidget)
     input.moveTo(client.center().x(), client.center().y());
     input.click(1);
     // The pointer is over xterm's text widget, a child of the client window.
-    ASSERT_NE(deepestWindowUnderPointer(), xterm);
+    ASSERT_NE(desktop.deepestWindowUnderPointer(), xterm);
 
     const WindowPtr atCursor = windows.getWindowAtCursor();
     ASSERT_TRUE(atCursor);
@@ -192,7 +177,7 @@ TEST_F(WindowControlTest, WindowAtCursorLooksThroughWindowsThatAreNoClients)
 
     XTestInput input;
     input.moveTo(frame.center().x(), frame.center().y());
-    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return deepestWindowUnderPointer() == popup; }));
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return desktop.deepestWindowUnderPointer() == popup; }));
     const WindowPtr atCursor = windows.getWindowAtCursor();
     ASSERT_TRUE(atCursor);
     EXPECT_EQ(atCursor->id(), plain);

@@ -755,3 +755,18 @@ bool VirtualDesktop::waitUntil(const std::function<bool()>& condition, int timeo
         QThread::msleep(5);
     }
 }
+
+xcb_window_t VirtualDesktop::deepestWindowUnderPointer()
+{
+    xcb_window_t window = m_root;
+    for (int depth = 0; depth < 16; ++depth) {
+        xcb_query_pointer_reply_t* reply
+            = xcb_query_pointer_reply(m_connection, xcb_query_pointer(m_connection, window), nullptr);
+        const xcb_window_t child = reply ? reply->child : xcb_window_t(XCB_WINDOW_NONE);
+        std::free(reply);
+        if (child == XCB_WINDOW_NONE)
+            break;
+        window = child;
+    }
+    return window;
+}

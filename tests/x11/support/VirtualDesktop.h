@@ -150,6 +150,8 @@ public:
     // The client area of a window in root coordinates (what xwininfo calls the absolute
     // upper-left and the size), without the window manager's frame.
     std::optional<QRect> clientGeometry(xcb_window_t window);
+    // The innermost window that receives the pointer at its current position.
+    xcb_window_t deepestWindowUnderPointer();
     // _NET_FRAME_EXTENTS (left, top, right, bottom).
     std::optional<QMargins> frameExtents(xcb_window_t window);
     // A CARDINAL/WINDOW/ATOM property as 32-bit values (empty when absent).
