@@ -29,13 +29,6 @@ using namespace WindowsX11;
 
 namespace {
 
-constexpr uint32_t kShift = 0xffe1;
-constexpr uint32_t kControl = 0xffe3;
-constexpr uint32_t kAlt = 0xffe9;
-constexpr uint32_t kSuper = 0xffeb;
-constexpr uint32_t kLeftKey = 0xff51;
-constexpr uint32_t kUpKey = 0xff52;
-constexpr uint32_t kRightKey = 0xff53;
 
 // The three columns of LEFT (no panel: layout space is desktop space there).
 const QRect kZone1(0, 0, 400, 1080);
@@ -140,21 +133,21 @@ protected:
                 if (toggle == Toggle::RightClick) {
                     xtest.click(3);
                 } else {
-                    ASSERT_TRUE(xtest.keyDown(kShift));
+                    ASSERT_TRUE(xtest.keyDown(Keysym::ShiftL));
                 }
                 ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return engine->gestures.inZoneMode(); }))
                     << "zone mode did not come on";
                 EXPECT_TRUE(engine->zoneManager.hasOverlays());
             }
             if (toggle == Toggle::ShiftReleasedEarly && i == steps - 2) {
-                xtest.keyUp(kShift);
+                xtest.keyUp(Keysym::ShiftL);
                 pump(50);
             }
         }
         xtest.release(1);
         ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return !engine->dragMonitor.trackedWindow(); }));
         if (toggle == Toggle::Shift)
-            xtest.keyUp(kShift);
+            xtest.keyUp(Keysym::ShiftL);
         pump(50);
         EXPECT_FALSE(engine->gestures.inZoneMode());
         EXPECT_FALSE(engine->zoneManager.hasOverlays());
@@ -163,18 +156,18 @@ protected:
     // Ctrl+Alt+Super (+Shift) + key, the Linux defaults.
     void shortcut(uint32_t key, bool span = false)
     {
-        ASSERT_TRUE(xtest.keyDown(kControl));
-        ASSERT_TRUE(xtest.keyDown(kAlt));
-        ASSERT_TRUE(xtest.keyDown(kSuper));
+        ASSERT_TRUE(xtest.keyDown(Keysym::ControlL));
+        ASSERT_TRUE(xtest.keyDown(Keysym::AltL));
+        ASSERT_TRUE(xtest.keyDown(Keysym::SuperL));
         if (span) {
-            ASSERT_TRUE(xtest.keyDown(kShift));
+            ASSERT_TRUE(xtest.keyDown(Keysym::ShiftL));
         }
         ASSERT_TRUE(xtest.tap(key));
         if (span)
-            xtest.keyUp(kShift);
-        xtest.keyUp(kSuper);
-        xtest.keyUp(kAlt);
-        xtest.keyUp(kControl);
+            xtest.keyUp(Keysym::ShiftL);
+        xtest.keyUp(Keysym::SuperL);
+        xtest.keyUp(Keysym::AltL);
+        xtest.keyUp(Keysym::ControlL);
         pump(100);
     }
 
@@ -277,10 +270,10 @@ TEST_F(EngineX11Test, AnXtermIsSnappedMovedSpannedCycledAndUnsnapped)
     // The six shortcuts through the real key grabs, on the focused window.
     activate(xterm);
     const std::pair<std::pair<uint32_t, bool>, QRect> steps[] = {
-        {{kRightKey, false}, kZone2}, {{kRightKey, true}, kZone2.united(kZone3)}, {{kLeftKey, false}, kZone1},
-        {{kLeftKey, false}, kZone3}, // wraps around
-        {{kLeftKey, true}, kZone2.united(kZone3)},
-        {{kRightKey, false}, kZone3}, // from zone 2, the first holding the probe point
+        {{Keysym::Right, false}, kZone2}, {{Keysym::Right, true}, kZone2.united(kZone3)}, {{Keysym::Left, false}, kZone1},
+        {{Keysym::Left, false}, kZone3}, // wraps around
+        {{Keysym::Left, true}, kZone2.united(kZone3)},
+        {{Keysym::Right, false}, kZone3}, // from zone 2, the first holding the probe point
     };
     for (const auto& [key, zone] : steps) {
         shortcut(key.first, key.second);
@@ -293,9 +286,9 @@ TEST_F(EngineX11Test, AnXtermIsSnappedMovedSpannedCycledAndUnsnapped)
     engine->zoneManager.snap(partner, {engine->layouts.activeFor(engine->screens.screens().at(0))->zones().at(2)});
     ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return visibleFrame(desktop, plain) == kZone3; }));
     activate(xterm);
-    shortcut(kUpKey);
+    shortcut(Keysym::Up);
     EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return activeWindow() == plain; }));
-    shortcut(kUpKey);
+    shortcut(Keysym::Up);
     EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return activeWindow() == xterm; }));
     EXPECT_TRUE(fills(xterm, kZone3)) << "cycling only restacks";
     EXPECT_EQ(visibleFrame(desktop, plain), kZone3);

@@ -14,7 +14,6 @@ using namespace WindowsX11;
 
 namespace {
 
-constexpr uint32_t kShiftL = 0xffe1;
 
 struct Recorded
 {
@@ -255,12 +254,12 @@ TEST_F(WindowDragTest, GlobalInputReportsButtonsModifiersAndThePointerDuringAMov
     step(20, 0);
     // While the window manager holds the pointer: position, Shift and a right click.
     EXPECT_EQ(input.pointerLocation(), QPointF(grip + QPoint(40, 0)));
-    xtest.keyDown(kShiftL);
+    xtest.keyDown(Keysym::ShiftL);
     pump(20);
     EXPECT_EQ(input.currentModifiers(), Qt::ShiftModifier);
     xtest.click(3);
     pump(20);
-    xtest.keyUp(kShiftL);
+    xtest.keyUp(Keysym::ShiftL);
     step(5, 0);
     xtest.release(1);
     pump(30);

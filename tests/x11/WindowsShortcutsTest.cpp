@@ -19,14 +19,6 @@ using namespace WindowsX11;
 
 namespace {
 
-constexpr uint32_t kControlL = 0xffe3;
-constexpr uint32_t kAltL = 0xffe9;
-constexpr uint32_t kSuperL = 0xffeb;
-constexpr uint32_t kShiftL = 0xffe1;
-constexpr uint32_t kLeft = 0xff51;
-constexpr uint32_t kRight = 0xff53;
-constexpr uint32_t kNumLock = 0xff7f;
-constexpr uint32_t kCapsLock = 0xffe5;
 // The stock modifier map of the virtual desktop: Alt on Mod1, NumLock on Mod2, Super on Mod4.
 constexpr uint16_t kCtrlAltSuper = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
 
@@ -37,8 +29,8 @@ protected:
 
     void TearDown() override
     {
-        setLock(kNumLock, XCB_MOD_MASK_2, false);
-        setLock(kCapsLock, XCB_MOD_MASK_LOCK, false);
+        setLock(Keysym::NumLock, XCB_MOD_MASK_2, false);
+        setLock(Keysym::CapsLock, XCB_MOD_MASK_LOCK, false);
         desktop.stopWindowManager();
     }
 
@@ -111,22 +103,22 @@ TEST_F(ShortcutsTest, DefaultShortcutFiresWithNumLockAndCapsLockOn)
     shortcuts.onKeyDown(ShortcutNames::cycleWindowLeft, [&] { fired << "left"; });
     shortcuts.onKeyDown(ShortcutNames::spanWindowRight, [&] { fired << "span right"; });
 
-    press({kControlL, kAltL, kSuperL}, kLeft);
+    press({Keysym::ControlL, Keysym::AltL, Keysym::SuperL}, Keysym::Left);
     EXPECT_EQ(fired, QStringList {"left"});
 
-    setLock(kNumLock, XCB_MOD_MASK_2, true);
+    setLock(Keysym::NumLock, XCB_MOD_MASK_2, true);
     ASSERT_TRUE(serverMask() & XCB_MOD_MASK_2) << "NumLock did not lock";
-    press({kControlL, kAltL, kSuperL}, kLeft);
-    press({kControlL, kAltL, kSuperL, kShiftL}, kRight);
+    press({Keysym::ControlL, Keysym::AltL, Keysym::SuperL}, Keysym::Left);
+    press({Keysym::ControlL, Keysym::AltL, Keysym::SuperL, Keysym::ShiftL}, Keysym::Right);
     EXPECT_EQ(fired, (QStringList {"left", "left", "span right"}));
 
-    setLock(kCapsLock, XCB_MOD_MASK_LOCK, true);
+    setLock(Keysym::CapsLock, XCB_MOD_MASK_LOCK, true);
     ASSERT_TRUE(serverMask() & XCB_MOD_MASK_LOCK) << "CapsLock did not lock";
-    press({kControlL, kAltL, kSuperL}, kLeft);
+    press({Keysym::ControlL, Keysym::AltL, Keysym::SuperL}, Keysym::Left);
     EXPECT_EQ(fired.size(), 4);
 
     // Without Super it is someone else's combination (openbox switches desktops).
-    press({kControlL, kAltL}, kLeft);
+    press({Keysym::ControlL, Keysym::AltL}, Keysym::Left);
     EXPECT_EQ(fired.size(), 4);
 }
 
@@ -134,7 +126,7 @@ TEST_F(ShortcutsTest, CombinationHeldByAnotherClientIsReportedAndNothingHalfGrab
 {
     // The other program holds only the NumLock variant: the plain variants would
     // succeed, and must be given back.
-    ASSERT_EQ(grabElsewhere(kRight, kCtrlAltSuper | XCB_MOD_MASK_2), 0);
+    ASSERT_EQ(grabElsewhere(Keysym::Right, kCtrlAltSuper | XCB_MOD_MASK_2), 0);
     X11HotkeyBackend backend(connection);
     GlobalShortcuts shortcuts(backend, settings);
     QList<std::pair<QString, QString>> unavailable;
@@ -151,21 +143,21 @@ TEST_F(ShortcutsTest, CombinationHeldByAnotherClientIsReportedAndNothingHalfGrab
     EXPECT_FALSE(shortcuts.isActive(ShortcutNames::cycleWindowRight));
     EXPECT_TRUE(shortcuts.isActive(ShortcutNames::cycleWindowLeft));
 
-    ungrabElsewhere(kRight, kCtrlAltSuper | XCB_MOD_MASK_2);
+    ungrabElsewhere(Keysym::Right, kCtrlAltSuper | XCB_MOD_MASK_2);
     // Had our plain-variant grab stayed behind, this would fail with BadAccess (10).
-    EXPECT_EQ(grabElsewhere(kRight, kCtrlAltSuper), 0);
-    ungrabElsewhere(kRight, kCtrlAltSuper);
+    EXPECT_EQ(grabElsewhere(Keysym::Right, kCtrlAltSuper), 0);
+    ungrabElsewhere(Keysym::Right, kCtrlAltSuper);
 
     // Asking for a held combination from the settings gives a clear answer.
-    ASSERT_EQ(grabElsewhere(kLeft, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT), 0);
+    ASSERT_EQ(grabElsewhere(Keysym::Left, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT), 0);
     const ShortcutResult result = shortcuts.setShortcut(
         ShortcutNames::cycleWindowNext, KeyCombination(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Left));
     EXPECT_EQ(result.code, ShortcutResult::Code::HeldByAnotherProgram);
     EXPECT_TRUE(shortcuts.isActive(ShortcutNames::cycleWindowNext));
-    ungrabElsewhere(kLeft, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT);
+    ungrabElsewhere(Keysym::Left, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT);
 
     // What we hold, others cannot take.
-    EXPECT_EQ(grabElsewhere(kLeft, kCtrlAltSuper), 10);
+    EXPECT_EQ(grabElsewhere(Keysym::Left, kCtrlAltSuper), 10);
 }
 
 class DefaultShortcutsTest : public ShortcutsTest, public ::testing::WithParamInterface<WindowManagerKind>

@@ -6,6 +6,20 @@
 
 struct _XCBKeySymbols;
 
+// The keysyms the tests press (X11/keysymdef.h values), for XTestInput::keyDown() and friends.
+namespace Keysym {
+constexpr uint32_t ShiftL = 0xffe1;
+constexpr uint32_t ControlL = 0xffe3;
+constexpr uint32_t CapsLock = 0xffe5;
+constexpr uint32_t AltL = 0xffe9;
+constexpr uint32_t SuperL = 0xffeb;
+constexpr uint32_t NumLock = 0xff7f;
+constexpr uint32_t Left = 0xff51;
+constexpr uint32_t Up = 0xff52;
+constexpr uint32_t Right = 0xff53;
+constexpr uint32_t Down = 0xff54;
+} // namespace Keysym
+
 // Synthetic input through the XTest extension, on a connection of its own. Unlike a
 // pointer warp (xdotool mousemove, XWarpPointer), XTest motion goes through the input
 // pipeline, so XInput 2 raw listeners see RawMotion, and window managers see a real
