@@ -141,13 +141,16 @@ void ZoneManager::removeOverlayWindows()
 
 bool ZoneManager::isCursorInZone(const Zone& zone) const
 {
-    const std::optional<Screen> mouseScreen = m_screens.screenWithMouse();
+    // One read: on X11 each is a round trip to the server, made for every zone of every
+    // screen on every drag step; and both questions below must see the same position.
+    const QPointF pointer = m_screens.pointerLocation();
+    const std::optional<Screen> mouseScreen = m_screens.screenWithPoint(pointer);
     if (!mouseScreen)
         return false;
     // A zone on another screen is never hit, whatever its local coordinates say.
     if (!zone.screen() || !m_screens.displayFor(*zone.screen()) || !(*zone.screen() == *mouseScreen))
         return false;
-    const std::optional<QPointF> point = m_screens.positionInVisibleFrame(*zone.screen(), m_screens.pointerLocation());
+    const std::optional<QPointF> point = m_screens.positionInVisibleFrame(*zone.screen(), pointer);
     if (!point)
         return false;
 

@@ -6,10 +6,13 @@
 #include "managers/ScreenManager.h"
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11DisplayServer.h"
+#include "platform/x11/X11GlobalInput.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace {
 
@@ -173,6 +176,36 @@ TEST_F(ScreensX11Test, PointerLocationFindsTheScreenUnderTheMouse)
     EXPECT_EQ(session.screens.screenWithMouse()->name(), QStringLiteral("RIGHT")) << "shared edge";
     input.moveTo(1279, 1079);
     EXPECT_EQ(session.screens.screenWithMouse()->name(), QStringLiteral("LEFT"));
+}
+
+TEST_F(ScreensX11Test, PointerIsReadOncePerHandledEventAndAfreshOutsideOne)
+{
+    Session session(settingsFile);
+    X11GlobalInput globalInput(session.connection);
+    ASSERT_TRUE(globalInput.start());
+    XTestInput input;
+    ASSERT_TRUE(input.isValid());
+    input.moveTo(300, 300);
+    input.press(1); // motion is reported while the left button is down (a drag)
+    // Every zone of every screen asks during one drag step: all must see one position,
+    // and the server is asked once, not once per zone.
+    std::optional<std::pair<QPointF, QPointF>> readsInEvent;
+    QObject::connect(&globalInput, &GlobalInput::pointerMotion, [&] {
+        if (readsInEvent)
+            return;
+        const QPointF first = session.displays.pointerLocation();
+        input.moveBy(40, 0);
+        readsInEvent = std::make_pair(first, session.displays.pointerLocation());
+    });
+    input.moveBy(10, 0);
+    const bool handled = VirtualDesktop::waitUntil([&] { return readsInEvent.has_value(); });
+    const QPointF afterwards = session.displays.pointerLocation();
+    input.release(1);
+    globalInput.stop();
+    ASSERT_TRUE(handled) << "no motion reported during the drag";
+    EXPECT_EQ(readsInEvent->second, readsInEvent->first);
+    EXPECT_EQ(afterwards, readsInEvent->first + QPointF(40, 0))
+        << "outside the handling of an event the pointer is read afresh";
 }
 
 } // namespace

@@ -5,9 +5,34 @@
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QThread>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+
+namespace {
+
+// Qt's xcb platform plugin ends the process (exit(1)) as soon as it finds its own
+// connection broken, which it may notice before ours: the warning it prints right
+// before is then the last moment to report the loss, so the application still logs why
+// and quits in order (settings written) instead of vanishing mid-loop.
+constexpr char kQtConnectionBroke[] = "The X11 connection broke";
+X11Connection* g_watchingQt = nullptr;
+QtMessageHandler g_nextMessageHandler = nullptr;
+
+void watchQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (g_nextMessageHandler)
+        g_nextMessageHandler(type, context, message);
+    else
+        std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+    if (type == QtWarningMsg && g_watchingQt && QThread::currentThread() == g_watchingQt->thread()
+        && message.startsWith(QLatin1String(kQtConnectionBroke)))
+        g_watchingQt->reportLostConnection();
+}
+
+} // namespace
 
 X11Connection::X11Connection(const char* displayName, QObject* parent)
     : QObject(parent)
@@ -34,6 +59,11 @@ X11Connection::X11Connection(const char* displayName, QObject* parent)
     if (!m_ewmhReady)
         qCWarning(lcX11) << "Cannot intern the EWMH atoms; window manager hints are unavailable";
 
+    if (!g_watchingQt) {
+        g_watchingQt = this;
+        g_nextMessageHandler = qInstallMessageHandler(watchQtMessages);
+    }
+
     m_notifier = new QSocketNotifier(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &X11Connection::processEvents);
     if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance()) {
@@ -43,6 +73,14 @@ X11Connection::X11Connection(const char* displayName, QObject* parent)
 
 X11Connection::~X11Connection()
 {
+    if (g_watchingQt == this) {
+        // Hand back to the handler this one wrapped, unless another was installed since.
+        const QtMessageHandler current = qInstallMessageHandler(g_nextMessageHandler);
+        if (current != watchQtMessages)
+            qInstallMessageHandler(current);
+        g_watchingQt = nullptr;
+        g_nextMessageHandler = nullptr;
+    }
     if (m_ewmhReady)
         xcb_ewmh_connection_wipe(&m_ewmh);
     if (m_connection)
@@ -140,15 +178,25 @@ void X11Connection::dispatch(xcb_generic_event_t* event)
         return;
     }
     const std::vector<X11EventHandler*> handlers = m_handlers;
+    ++m_dispatchSerial;
+    ++m_dispatchDepth;
     for (X11EventHandler* handler : handlers) {
         if (handler->handleX11Event(event))
             break;
     }
+    --m_dispatchDepth;
 }
 
 void X11Connection::checkConnection()
 {
     if (m_failed || !m_connection || !xcb_connection_has_error(m_connection))
+        return;
+    reportLostConnection();
+}
+
+void X11Connection::reportLostConnection()
+{
+    if (m_failed)
         return;
     m_failed = true;
     if (m_notifier)

@@ -66,9 +66,19 @@ public:
     // Round trip to the server: every earlier request has been handled afterwards.
     void sync();
 
+    // The event being handled: a serial that changes with every dispatched event, valid
+    // while isDispatching(). Lets a reader keep one answer for the whole of one event.
+    bool isDispatching() const { return m_dispatchDepth > 0; }
+    quint64 dispatchSerial() const { return m_dispatchSerial; }
+
     // Logs an X error that came back from a checked request or a failed reply.
     // Returns true when there was an error.
     bool checkError(xcb_generic_error_t* error, const char* what) const;
+
+    // Marks the connection unusable and emits connectionLost(), once. Called when this
+    // connection breaks, and when Qt reports that its own connection to the same server
+    // broke (it ends the process right after, so ours may not have noticed yet).
+    void reportLostConnection();
 
 Q_SIGNALS:
     // The server went away; the connection is unusable from now on.
@@ -88,4 +98,6 @@ private:
     QHash<xcb_window_t, uint32_t> m_eventMasks;
     std::vector<X11EventHandler*> m_handlers;
     QSocketNotifier* m_notifier = nullptr;
+    int m_dispatchDepth = 0;
+    quint64 m_dispatchSerial = 0;
 };

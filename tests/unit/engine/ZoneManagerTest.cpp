@@ -84,6 +84,17 @@ TEST_F(ZoneManagerTest, AZoneWithoutAConnectedScreenIsNeverHit)
     EXPECT_TRUE(zoneManager.isCursorInZone(*zone(left, 1)));
 }
 
+TEST_F(ZoneManagerTest, HitTestReadsThePointerOncePerZone)
+{
+    // Every zone of every screen is tested on every drag step, and on X11 each read is a
+    // round trip to the server.
+    displays.setPointer(QPointF(500, 500));
+    const int before = displays.pointerReads();
+    EXPECT_TRUE(zoneManager.isCursorInZone(*zone(left, 2)));
+    EXPECT_FALSE(zoneManager.isCursorInZone(*zone(right, 2)));
+    EXPECT_EQ(displays.pointerReads() - before, 2);
+}
+
 // --- Snap ----------------------------------------------------------------------------------
 
 TEST_F(ZoneManagerTest, SnapFillsTheUnionOfTheZonesOnTheFirstZonesScreen)
