@@ -158,6 +158,7 @@ void ZonesView::zoneHighlightChanged(int index)
 
 void ZonesView::redrawAll()
 {
+    m_numberRegions.clear();
     update();
     Q_EMIT paintedRegionChanged();
 }
@@ -173,6 +174,9 @@ QFont ZonesView::numberFont() const
 
 QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
 {
+    const auto cached = m_numberRegions.constFind(zone.id());
+    if (cached != m_numberRegions.cend() && cached->first == frame)
+        return cached->second;
     const QFont font = numberFont();
     const QRect bounds = QFontMetricsF(font).boundingRect(frame, kNumberFlags, zone.id()).toAlignedRect();
     if (bounds.isEmpty())
@@ -187,5 +191,6 @@ QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
     painter.end();
     QRegion region(QBitmap::fromImage(image.createAlphaMask()));
     region.translate(bounds.topLeft());
+    m_numberRegions.insert(zone.id(), {frame, region});
     return region;
 }

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QHash>
+#include <QRectF>
 #include <QRegion>
 #include <QWidget>
+
+#include <utility>
 
 class Settings;
 class Zone;
@@ -45,4 +49,7 @@ private:
     ZonesViewModel& m_viewModel;
     const Settings& m_settings;
     bool m_opaque = false;
+    // Rendering a number's outline is the dear part of the shape, and the shape is
+    // recomputed on every highlight change; by zone id, for the frame it was made for.
+    mutable QHash<QString, std::pair<QRectF, QRegion>> m_numberRegions;
 };

@@ -41,6 +41,10 @@ void ZonesViewModel::startMonitoring()
     clearHighlights();
     m_engine.addGestureObserver(this);
     m_monitoring = true;
+    // An overlay shown mid-gesture (rebuilt after a display or panel change) would
+    // otherwise show nothing under the pointer, and a release before the next pointer
+    // motion would snap nothing.
+    highlightZonesWithCursor(false);
 }
 
 void ZonesViewModel::stopMonitoring()

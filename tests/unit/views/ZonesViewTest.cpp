@@ -103,6 +103,25 @@ TEST_F(ZonesViewTest, WithoutCompositorTheWindowIsShapedToWhatItDraws)
     EXPECT_LT(pixel(interior(0)).alpha(), 255);
 }
 
+TEST_F(ZonesViewTest, ShapeFollowsTheNumbersWhenTheLayoutChanges)
+{
+    effects.setTranslucent(false);
+    const auto numberBox = [&](int index) {
+        return QRect(zone(index).rect().toRect().center() - QPoint(15, 30), QSize(30, 60));
+    };
+    const QRect before = numberBox(0);
+    EXPECT_FALSE(window.mask().intersected(before).isEmpty());
+    moveOver({"2"}); // reshapes with the numbers it has
+    EXPECT_FALSE(window.mask().intersected(before).isEmpty());
+
+    layout->root()->resizeFirstChild(layout->root()->children().at(0)->rect().width() - 100);
+    const QRect after = numberBox(0);
+    ASSERT_FALSE(after.intersects(before)) << "the test needs the number to move clear of where it was: "
+                                           << ::testing::PrintToString(zone(0).rect());
+    EXPECT_FALSE(window.mask().intersected(after).isEmpty()) << "the number is cut out where it is drawn now";
+    EXPECT_TRUE(window.mask().intersected(before).isEmpty()) << "no outline of the number left where it was";
+}
+
 TEST_F(ZonesViewTest, RepaintsOnlyZonesWhoseHighlightFlipped)
 {
     window.show();

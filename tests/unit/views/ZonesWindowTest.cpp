@@ -54,6 +54,22 @@ TEST_F(ZonesWindowTest, OverlayIsClickThroughNeverFocusedAndFadesIn)
     EXPECT_TRUE(engine.observers.empty());
 }
 
+TEST_F(ZonesWindowTest, WithoutCompositorTheWindowHasNoAlphaChannelAndStaysShaped)
+{
+    effects.setTranslucent(false);
+    ZonesWindow window(std::make_unique<ZonesViewModel>(screen, layout, engine, settings, screens),
+        QRect(40, 0, 600, 400), settings, effects);
+    EXPECT_FALSE(window.testAttribute(Qt::WA_TranslucentBackground))
+        << "the server would composite a 32-bit window itself on every repaint";
+    EXPECT_TRUE(window.view().isOpaque());
+    EXPECT_FALSE(window.mask().isEmpty());
+
+    // A compositor starting now cannot make a window without alpha translucent.
+    effects.setTranslucent(true);
+    EXPECT_TRUE(window.view().isOpaque());
+    EXPECT_FALSE(window.mask().isEmpty()) << "unshaped, the solid backdrop would hide every window beneath";
+}
+
 TEST_F(ZonesWindowTest, FactoryCoversExactlyTheVisibleFrameOfAConnectedScreen)
 {
     displays.setDisplays({displays.displays().value(0),
