@@ -53,6 +53,9 @@ int main(int argc, char** argv)
     platform->setConnectionLostHandler([&application] {
         qCCritical(lcApp) << "The windowing system went away; quitting";
         application.quit();
+        // Not a requested quit: exit status 1, as when Qt's platform plugin ends the
+        // process itself on noticing the loss first.
+        QCoreApplication::exit(1);
     });
 
     application.start();

@@ -86,8 +86,10 @@ void ZoneGestureMonitor::installKeyMonitor()
         m_toggledBy = ToggleDevice::keyboard;
         notifyStart();
     }
-    if (modifiers.testFlag(Qt::AltModifier))
-        setMultiZone(true);
+    // Read afresh, not only switched on: the key monitor lives only during a drag, so Alt
+    // let go after the previous drag's button went unseen, and every later gesture would
+    // otherwise stay multi-zone until Alt was pressed during a drag again.
+    setMultiZone(modifiers.testFlag(Qt::AltModifier));
 
     if (m_flagsChangedMonitor)
         disconnect(m_flagsChangedMonitor);

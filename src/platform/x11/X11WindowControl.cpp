@@ -8,6 +8,7 @@
 #include <xcb/xcb_icccm.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 
@@ -23,11 +24,20 @@ struct FreeDeleter
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 
 // Takes a reply and its error; the error is logged (at debug level: windows vanish all
-// the time) and freed.
+// the time) and freed. The error is taken by reference: in take(c, xcb_..._reply(c, cookie,
+// &error), error, ...) a copy could be made before the reply call fills it in (argument
+// order is unspecified), and the error would leak.
 template <typename T>
-Reply<T> take(const X11Connection& connection, T* reply, xcb_generic_error_t* error, const char* what)
+Reply<T> take(const X11Connection& connection, T* reply, xcb_generic_error_t*& error, const char* what)
 {
     connection.checkError(error, what);
+    error = nullptr;
+    return Reply<T>(reply);
+}
+
+// The caller reads and frees the error itself.
+template <typename T> Reply<T> take(const X11Connection&, T* reply, std::nullptr_t, std::nullptr_t)
+{
     return Reply<T>(reply);
 }
 
