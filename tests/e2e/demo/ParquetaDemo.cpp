@@ -1,0 +1,190 @@
+// The run command's demo for machines without a usable X display: a virtual two-monitor
+// desktop (openbox, picom, a tint2 panel, two sample windows), the real parqueta on it,
+// and a user's hand played through XTest. Screenshots go to the directory given as the
+// first argument (default: demo/ at the top of the source tree); every resulting window
+// frame is printed next to the zone it should fill. Exit status 0 only when all match.
+#include "DesktopZones.h"
+#include "GestureDriver.h"
+#include "OverlayProbe.h"
+#include "ParquetaProcess.h"
+#include "RootScreenshot.h"
+#include "VirtualDesktop.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLoggingCategory>
+
+#include <cstdio>
+
+namespace {
+
+// The overlays fade in over 300 ms; a screenshot after this sees them whole.
+constexpr int kAfterFadeInMs = 450;
+const QSize kCell(6, 13);
+
+QString text(const QRect& r)
+{
+    return QStringLiteral("%1,%2 %3x%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+}
+
+class Demo
+{
+public:
+    Demo(VirtualDesktop& desktop, QString outputDir)
+        : m_desktop(desktop)
+        , m_driver(desktop, m_overlays)
+        , m_parqueta(desktop)
+        , m_output(std::move(outputDir))
+    { }
+
+    bool setUp()
+    {
+        std::printf("Starting a virtual desktop: two monitors, openbox, picom, a tint2 panel on the right\n");
+        if (!m_desktop.startWindowManager(WindowManagerKind::Openbox)
+            || !m_desktop.startCompositor(CompositorKind::Picom) || !m_desktop.startPanel(1))
+            return false;
+        m_plain = m_desktop.startPlainWindow(QStringLiteral("Sample window"), QRect(220, 260, 460, 320));
+        m_xterm = m_desktop.startXterm(QStringLiteral("Sample terminal"));
+        if (m_plain == XCB_WINDOW_NONE || m_xterm == XCB_WINDOW_NONE)
+            return false;
+        std::printf("Starting %s\n", qPrintable(ParquetaProcess::executable()));
+        if (!m_parqueta.start())
+            return false;
+        m_overlays.setOwnerPid(m_parqueta.pid());
+        const std::optional<DesktopZones> zones = DesktopZones::read();
+        if (!zones) {
+            std::printf("Cannot read the zones: %s\n", qPrintable(DesktopZones::lastError()));
+            return false;
+        }
+        m_zones = *zones;
+        for (const DesktopZone& zone : m_zones.zones())
+            std::printf("  zone %s:%s  %s\n", qPrintable(zone.screenName), qPrintable(zone.zoneId),
+                qPrintable(text(zone.frame)));
+        return true;
+    }
+
+    void run()
+    {
+        DragOptions shift;
+        shift.beforeRelease = screenshotLater(QStringLiteral("01-shift-drag-overlay.png"));
+        m_driver.drag(m_plain, m_zones.dropPoint(QStringLiteral("RIGHT"), QStringLiteral("2")), shift);
+        check(QStringLiteral("Shift-drag into RIGHT zone 2"), m_plain, QStringLiteral("RIGHT"), {QStringLiteral("2")});
+        screenshot(QStringLiteral("02-shift-drag-snapped.png"));
+
+        DragOptions rightClick;
+        rightClick.toggle = ZoneToggle::RightClick;
+        rightClick.beforeRelease = screenshotLater(QStringLiteral("03-right-click-overlay.png"));
+        m_driver.drag(m_xterm, m_zones.dropPoint(QStringLiteral("LEFT"), QStringLiteral("1")), rightClick);
+        check(QStringLiteral("Right-click drag into LEFT zone 1"), m_xterm, QStringLiteral("LEFT"),
+            {QStringLiteral("1")}, kCell);
+        screenshot(QStringLiteral("04-right-click-snapped.png"));
+
+        DragOptions multi;
+        multi.multiZone = true;
+        multi.via = {m_zones.dropPoint(QStringLiteral("RIGHT"), QStringLiteral("1"))};
+        multi.beforeRelease = screenshotLater(QStringLiteral("05-alt-multi-zone-overlay.png"));
+        m_driver.drag(m_plain, m_zones.dropPoint(QStringLiteral("RIGHT"), QStringLiteral("2"), QPoint(0, 120)), multi);
+        check(QStringLiteral("Alt multi-zone drag over RIGHT zones 1 and 2"), m_plain, QStringLiteral("RIGHT"),
+            {QStringLiteral("1"), QStringLiteral("2")});
+        screenshot(QStringLiteral("06-alt-multi-zone-snapped.png"));
+
+        m_driver.activate(m_xterm);
+        m_driver.press(WindowShortcut::CycleRight);
+        check(QStringLiteral("Ctrl+Alt+Super+Right moves the terminal to LEFT zone 2"), m_xterm, QStringLiteral("LEFT"),
+            {QStringLiteral("2")}, kCell);
+        screenshot(QStringLiteral("07-shortcut-moved.png"));
+    }
+
+    bool tearDown()
+    {
+        const std::optional<int> code = m_parqueta.terminate();
+        std::printf("Parqueta stopped with exit code %s\n", code ? qPrintable(QString::number(*code)) : "(none)");
+        if (!m_failures.isEmpty() || !code || *code != 0)
+            std::printf("Parqueta's log: %s\n", qPrintable(m_parqueta.logFile()));
+        m_desktop.stop();
+        return code == std::optional<int>(0);
+    }
+
+    int failures() const { return int(m_failures.size()); }
+
+private:
+    std::function<void()> screenshotLater(const QString& name)
+    {
+        return [this, name] {
+            GestureDriver::pump(kAfterFadeInMs);
+            std::printf("  overlays on screen mid-gesture: %d\n", m_overlays.mappedCount());
+            screenshot(name);
+        };
+    }
+
+    void screenshot(const QString& name)
+    {
+        const QString path = m_output + QLatin1Char('/') + name;
+        std::printf("  screenshot %s: %s\n", qPrintable(path), RootScreenshot::save(path) ? "saved" : "FAILED");
+    }
+
+    void check(const QString& what, xcb_window_t window, const QString& screen, const QStringList& zoneIds,
+        QSize tolerance = {})
+    {
+        const QRect expected = m_zones.unitedFrame(screen, zoneIds).value_or(QRect());
+        const bool matched = m_driver.waitForFrame(window, expected, tolerance);
+        const QRect got = m_driver.frameOf(window).value_or(QRect());
+        std::printf("%s\n  window \"%s\": frame %s, zone(s) %s:%s %s -> %s\n", qPrintable(what),
+            qPrintable(m_desktop.titleOf(window)), qPrintable(text(got)), qPrintable(screen),
+            qPrintable(zoneIds.join(QLatin1Char('+'))), qPrintable(text(expected)),
+            matched ? (tolerance.isEmpty() ? "MATCH" : "MATCH (within one character cell)") : "MISMATCH");
+        if (!matched)
+            m_failures << what;
+    }
+
+    VirtualDesktop& m_desktop;
+    OverlayProbe m_overlays {m_desktop};
+    GestureDriver m_driver;
+    ParquetaProcess m_parqueta;
+    DesktopZones m_zones;
+    QString m_output;
+    xcb_window_t m_plain = XCB_WINDOW_NONE;
+    xcb_window_t m_xterm = XCB_WINDOW_NONE;
+    QStringList m_failures;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QString output
+        = QDir(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(PARQUETA_SOURCE_DIR "/demo")).absolutePath();
+    if (!QDir().mkpath(output)) {
+        std::fprintf(stderr, "Cannot create %s\n", qPrintable(output));
+        return 1;
+    }
+    // The demo reads the program's settings with the program's own code; its log lines
+    // are for the program, not for this report.
+    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*=false"));
+
+    VirtualDesktop desktop;
+    if (!desktop.start()) {
+        std::fprintf(stderr, "No virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return 1;
+    }
+    VirtualDesktop::setShared(&desktop);
+    int failures = 0;
+    bool clean = false;
+    {
+        QApplication app(argc, argv);
+        Demo demo(desktop, output);
+        const bool ready = demo.setUp();
+        if (ready)
+            demo.run();
+        failures = ready ? demo.failures() : -1;
+        clean = demo.tearDown();
+    }
+    VirtualDesktop::setShared(nullptr);
+    if (failures < 0) {
+        std::printf("The demo could not start: %s\n", qPrintable(desktop.lastError()));
+        return 1;
+    }
+    std::printf("%s: %d mismatch(es); screenshots in %s\n", failures == 0 && clean ? "DEMO PASSED" : "DEMO FAILED",
+        failures, qPrintable(output));
+    return failures == 0 && clean ? 0 : 1;
+}

@@ -1,0 +1,87 @@
+#include "OverlayProbe.h"
+
+#include "VirtualDesktop.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+const QString kOverlayTitle = QStringLiteral("Parqueta zones");
+
+struct FreeDeleter
+{
+    void operator()(void* p) const { std::free(p); }
+};
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+
+} // namespace
+
+OverlayProbe::OverlayProbe(VirtualDesktop& desktop, pid_t ownerPid)
+    : m_desktop(desktop)
+    , m_ownerPid(ownerPid)
+{ }
+
+OverlayProbe::OverlayProbe(pid_t ownerPid)
+    : OverlayProbe(VirtualDesktop::shared(), ownerPid)
+{ }
+
+bool OverlayProbe::isValid() const
+{
+    return m_desktop.connection() != nullptr && !xcb_connection_has_error(m_desktop.connection());
+}
+
+QList<OverlayProbe::Overlay> OverlayProbe::mapped()
+{
+    QList<Overlay> result;
+    if (!isValid())
+        return result;
+    xcb_connection_t* c = m_desktop.connection();
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, m_desktop.root()), nullptr));
+    if (!tree)
+        return result;
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    const int count = xcb_query_tree_children_length(tree.get());
+    for (int i = 0; i < count; ++i) {
+        const xcb_window_t window = children[i];
+        Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+        if (!attributes || !attributes->override_redirect || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+            continue;
+        if (m_desktop.titleOf(window) != kOverlayTitle)
+            continue;
+        if (m_ownerPid > 0 && m_desktop.property32(window, "_NET_WM_PID") != QList<quint32> {quint32(m_ownerPid)})
+            continue;
+        Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+        if (!geometry)
+            continue;
+        result.append({window, QRect(geometry->x, geometry->y, geometry->width, geometry->height)});
+    }
+    return result;
+}
+
+QList<QRect> OverlayProbe::mappedGeometries()
+{
+    QList<QRect> result;
+    for (const Overlay& overlay : mapped())
+        result << overlay.geometry;
+    std::sort(result.begin(), result.end(),
+        [](const QRect& a, const QRect& b) { return std::pair(a.x(), a.y()) < std::pair(b.x(), b.y()); });
+    return result;
+}
+
+bool OverlayProbe::waitForShown(int count, int timeoutMs)
+{
+    return VirtualDesktop::waitUntil(
+        [&] {
+            const int n = mappedCount();
+            return count < 0 ? n > 0 : n == count;
+        },
+        timeoutMs);
+}
+
+bool OverlayProbe::waitForHidden(int timeoutMs)
+{
+    return VirtualDesktop::waitUntil([&] { return mappedCount() == 0; }, timeoutMs);
+}
