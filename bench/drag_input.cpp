@@ -8,6 +8,7 @@
 // connection to the end of the last drag observer. The observer asks for the pointer
 // position, as the zone overlay does on every move. Then it measures the CPU time of
 // the process while the monitors listen to an idle desktop.
+#include "BenchSupport.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
 #include "managers/WindowDragMonitor.h"
@@ -18,25 +19,20 @@
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QTimer>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
 #include <thread>
 #include <vector>
 
-#include <sys/resource.h>
 #include <xcb/xinput.h>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Bench::Clock;
 
 // Sees every event before the input backend and stamps raw motion.
 class ArrivalStamp final : public X11EventHandler
@@ -79,92 +75,13 @@ private:
     GlobalInput& m_input;
 };
 
-// CPU time of the calling thread: the main thread, where every X event is handled (the
-// XTest driver runs on a thread of its own and is not counted).
-double cpuSeconds()
-{
-    rusage usage {};
-    getrusage(RUSAGE_THREAD, &usage);
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
-        + static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-struct Stats
-{
-    double median = 0, p99 = 0, max = 0;
-    size_t n = 0;
-};
-
-Stats stats(std::vector<double> us)
-{
-    Stats s;
-    s.n = us.size();
-    if (us.empty())
-        return s;
-    std::sort(us.begin(), us.end());
-    s.median = us[us.size() / 2];
-    s.p99 = us[std::min(us.size() - 1, us.size() * 99 / 100)];
-    s.max = us.back();
-    return s;
-}
-
-void print(const char* what, const Stats& s)
-{
-    std::printf("  %-34s n=%5zu  median %7.1f us  p99 %7.1f us  max %7.1f us\n", what, s.n, s.median, s.p99, s.max);
-}
-
-int argument(int argc, char** argv, const char* name, int fallback)
-{
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (std::strcmp(argv[i], name) == 0)
-            return std::atoi(argv[i + 1]);
-    }
-    return fallback;
-}
-
-// Runs the Qt event loop, sleeping between events, until done() or timeoutMs.
-void runUntil(const std::function<bool()>& done, int timeoutMs)
-{
-    QEventLoop loop;
-    QTimer check;
-    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    check.start(10);
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-// Motion at a fixed rate from its own connection; returns how many events it sent.
-void drive(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start)
-{
-    XTestInput xtest;
-    xtest.moveTo(start.x(), start.y());
-    if (buttonHeld)
-        xtest.press(1);
-    const auto period = std::chrono::microseconds(1'000'000 / std::max(1, rate));
-    auto next = Clock::now();
-    long i = 0;
-    while (!stop.load()) {
-        next += period;
-        std::this_thread::sleep_until(next);
-        // Back and forth over 400 px so the window stays on screen.
-        xtest.moveBy((i / 400) % 2 == 0 ? 1 : -1, 0);
-        ++i;
-        sent.store(i);
-    }
-    if (buttonHeld)
-        xtest.release(1);
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int rate = argument(argc, argv, "--rate", 1000);
-    const int seconds = argument(argc, argv, "--seconds", 3);
-    const int idleSeconds = argument(argc, argv, "--idle", 30);
+    const int rate = Bench::argument(argc, argv, "--rate", 1000);
+    const int seconds = Bench::argument(argc, argv, "--seconds", 3);
+    const int idleSeconds = Bench::argument(argc, argv, "--idle", 30);
 
     VirtualDesktop desktop;
     if (!desktop.start()) {
@@ -202,7 +119,7 @@ int main(int argc, char** argv)
             reads.push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
         }
         std::printf("One frame read (geometry, origin, extents in one round trip):\n");
-        print("WindowManager::getFrame", stats(reads));
+        Bench::print("WindowManager::getFrame", Bench::stats(reads));
     }
 
     std::atomic<long> sent {0};
@@ -226,23 +143,24 @@ int main(int argc, char** argv)
         });
         std::printf("\nTitle-bar drag under openbox, %d motion events/s for %d s, %s:\n", rate, seconds,
             readPointer ? "observer reads the pointer on every move" : "observer does nothing");
-        const double cpu0 = cpuSeconds();
-        std::thread driver(drive, std::ref(sent), std::ref(stop), rate, true, grip);
-        runUntil([] { return false; }, seconds * 1000);
+        const double cpu0 = Bench::threadCpuSeconds();
+        std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, true, grip, seconds * 1000);
+        Bench::runUntil([] { return false; }, seconds * 1000);
         stop.store(true);
         driver.join();
-        const double dragCpu = cpuSeconds() - cpu0;
-        runUntil([&] { return reader.ends > 0; }, 2000);
+        const double dragCpu = Bench::threadCpuSeconds() - cpu0;
+        Bench::runUntil([&] { return reader.ends > 0; }, 2000);
         QObject::disconnect(probe);
 
-        print("raw motion -> observers done, all", stats(all));
-        print("  ... before the drag started", stats(tracking));
-        print("  ... while moving", stats(moving));
+        Bench::print("raw motion -> observers done, all", Bench::stats(all));
+        Bench::print("  ... before the drag started", Bench::stats(tracking));
+        Bench::print("  ... while moving", Bench::stats(moving));
         const long maxLag = lag.empty() ? 0 : *std::max_element(lag.begin(), lag.end());
         std::printf("  sent %ld, handled %zu; drag start %ld, moves %ld, end %ld\n", sent.load(), all.size(),
             reader.starts, reader.moves, reader.ends);
         std::printf("  backlog: at most %ld events sent but not yet handled (XTest in flight included)\n", maxLag);
-        std::printf("  main-thread CPU during the drag: %.1f%% of one core\n", 100.0 * dragCpu / seconds);
+        std::printf("  main-thread CPU during the drag: %.1f%% of one core, %.1f us per handled motion event\n",
+            100.0 * dragCpu / seconds, all.empty() ? 0.0 : dragCpu * 1e6 / static_cast<double>(all.size()));
     };
     measureDrag(false);
     measureDrag(true);
@@ -250,20 +168,21 @@ int main(int argc, char** argv)
     std::printf("\nPointer moving without a button at %d events/s for %d s:\n", rate, seconds);
     stop.store(false);
     sent.store(0);
-    const double cpu1 = cpuSeconds();
-    std::thread mover(drive, std::ref(sent), std::ref(stop), rate, false, QPoint(1500, 500));
-    runUntil([] { return false; }, seconds * 1000);
+    const double cpu1 = Bench::threadCpuSeconds();
+    std::thread mover(
+        Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, QPoint(1500, 500), seconds * 1000);
+    Bench::runUntil([] { return false; }, seconds * 1000);
     stop.store(true);
     mover.join();
-    std::printf("  main-thread CPU: %.1f%% of one core\n", 100.0 * (cpuSeconds() - cpu1) / seconds);
+    std::printf("  main-thread CPU: %.1f%% of one core\n", 100.0 * (Bench::threadCpuSeconds() - cpu1) / seconds);
 
     std::printf("\nIdle desktop for %d s, drag monitor listening:\n", idleSeconds);
     long wakeups = 0;
     QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, [&] { ++wakeups; });
-    const double cpu2 = cpuSeconds();
+    const double cpu2 = Bench::threadCpuSeconds();
     QTimer::singleShot(idleSeconds * 1000, &app, &QCoreApplication::quit);
     app.exec();
-    const double idleCpu = cpuSeconds() - cpu2;
+    const double idleCpu = Bench::threadCpuSeconds() - cpu2;
     std::printf("  main-thread CPU: %.1f ms in %d s (%.3f%%), %ld event-loop wakeups\n", idleCpu * 1000, idleSeconds,
         100.0 * idleCpu / idleSeconds, wakeups);
 

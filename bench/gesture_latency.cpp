@@ -1,0 +1,547 @@
+// What a zone gesture feels like: the latencies between the user's input and what the
+// screen shows, measured in a process that runs Parqueta's Application on the X11
+// platform, exactly as the parqueta executable wires it.
+//
+//   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor 0|1] [--depth 0]
+//                 [--sections ohsf]
+//
+// --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
+// horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
+// parts to run: o overlay, h highlight and event handling, s snap, f the floor.
+//
+// Starts a virtual desktop (Xvfb with two monitors, openbox, a plain client; xcompmgr
+// with --compositor 1), then drags the client by its title bar with XTest and measures:
+//   overlay    Shift pressed during the drag -> the overlays of both screens painted;
+//   highlight  pointer moved into another zone -> the overlay repainted with the new
+//              highlight;
+//   events     motion at --rate events/s in zone mode: handling time per event, CPU per
+//              event and the backlog;
+//   snap       button released -> the dragged window's last ConfigureNotify, seen on a
+//              connection of the benchmark's own.
+// "Painted" is the end of the event whose handling painted the overlay's view (the
+// backing store is flushed to the X server in the same event) followed by a round trip
+// on Qt's connection, so the server has drawn the pixels when the clock stops. Qt paints
+// a window only once the server has exposed it, so painted implies mapped.
+#include "BenchSupport.h"
+#include "ConfigureWatcher.h"
+#include "VirtualDesktop.h"
+#include "XTestInput.h"
+#include "app/Application.h"
+#include "core/Settings.h"
+#include "managers/LayoutManager.h"
+#include "managers/ScreenManager.h"
+#include "managers/ZoneManager.h"
+#include "models/Layout.h"
+#include "models/SplitNode.h"
+#include "models/Zone.h"
+#include "platform/GlobalInput.h"
+#include "platform/SettingsLocation.h"
+#include "platform/x11/X11Platform.h"
+#include "views/ZonesView.h"
+#include "views/ZonesViewModel.h"
+#include "views/ZonesWindow.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QPointer>
+#include <QSet>
+#include <QWindow>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+namespace {
+
+using Bench::Clock;
+
+constexpr uint32_t kShift = 0xffe1;
+
+// Sees every event the application handles; when the outermost event whose handling
+// painted a zone view is over, syncs with the X server and reports the views painted.
+class PaintClock final : public QApplication
+{
+public:
+    using QApplication::QApplication;
+
+    std::function<void(ZonesView*, Clock::time_point)> onPainted;
+    // Stages on the way to the first paint: the last ZonesWindow shown (QWidget::show()
+    // returned) and the last one exposed by the server.
+    Clock::time_point lastShown, lastExposed;
+    // How long painting one zone view takes, and the whole event it happens in (the
+    // backing store's flush to the server included).
+    std::vector<double> paintUs, paintingEventUs;
+
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        ++m_depth;
+        if (event->type() == QEvent::Paint) {
+            if (auto* view = qobject_cast<ZonesView*>(receiver))
+                m_painted.append(view);
+        }
+        if (event->type() == QEvent::Expose && receiver->isWindowType()) {
+            for (QWidget* widget : QApplication::topLevelWidgets()) {
+                if (widget->windowHandle() == receiver && qobject_cast<ZonesWindow*>(widget))
+                    lastExposed = Clock::now();
+            }
+        }
+        const Clock::time_point began = Clock::now();
+        const bool result = QApplication::notify(receiver, event);
+        if (event->type() == QEvent::Paint && qobject_cast<ZonesView*>(receiver))
+            paintUs.push_back(Bench::microseconds(began, Clock::now()));
+        if (m_depth == 1 && !m_painted.isEmpty())
+            paintingEventUs.push_back(Bench::microseconds(began, Clock::now()));
+        if (event->type() == QEvent::Show && qobject_cast<ZonesWindow*>(receiver))
+            lastShown = Clock::now();
+        if (--m_depth == 0 && !m_painted.isEmpty()) {
+            syncWithServer();
+            const Clock::time_point now = Clock::now();
+            const QList<QPointer<ZonesView>> painted = std::exchange(m_painted, {});
+            for (const QPointer<ZonesView>& view : painted) {
+                if (view && onPainted)
+                    onPainted(view.data(), now);
+            }
+        }
+        return result;
+    }
+
+private:
+    static void syncWithServer()
+    {
+        auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+        if (!x11)
+            return;
+        xcb_connection_t* c = x11->connection();
+        std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    }
+
+    int m_depth = 0;
+    QList<QPointer<ZonesView>> m_painted;
+};
+
+QString screenOf(const ZonesView* view)
+{
+    const auto* window = qobject_cast<const ZonesWindow*>(view->window());
+    return window ? window->screen().name() : QString();
+}
+
+QList<ZonesWindow*> visibleOverlays()
+{
+    QList<ZonesWindow*> result;
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* window = qobject_cast<ZonesWindow*>(widget); window && window->isVisible())
+            result.append(window);
+    }
+    return result;
+}
+
+// The same appearance without Parqueta: a plain QWidget per screen with the overlay's
+// window flags and a full-size fill, shown -> painted; and a bare xcb client on its own
+// connection: create + map an override-redirect window of the same size, wait for
+// Expose, fill it, round trip. What these take is the floor Qt, Xvfb and the server set.
+class PlainOverlay final : public QWidget
+{
+public:
+    PlainOverlay(const QRect& frame, bool translucent)
+        : QWidget(nullptr,
+            Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
+                | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
+    {
+        setAttribute(Qt::WA_TranslucentBackground, translucent);
+        setAttribute(Qt::WA_ShowWithoutActivating);
+        setGeometry(frame);
+    }
+    bool painted = false;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter(this).fillRect(rect(), QColor(40, 80, 200, 128));
+        painted = true;
+    }
+};
+
+double bareXcbWindowUs(const QRect& frame)
+{
+    xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+    xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    const auto t0 = Clock::now();
+    const xcb_window_t window = xcb_generate_id(c);
+    const uint32_t values[] = {screen->black_pixel, 1, XCB_EVENT_MASK_EXPOSURE};
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, int16_t(frame.x()), int16_t(frame.y()),
+        uint16_t(frame.width()), uint16_t(frame.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+        XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    xcb_map_window(c, window);
+    xcb_flush(c);
+    while (xcb_generic_event_t* event = xcb_wait_for_event(c)) {
+        const bool exposed = (event->response_type & 0x7f) == XCB_EXPOSE;
+        std::free(event);
+        if (exposed)
+            break;
+    }
+    const xcb_gcontext_t gc = xcb_generate_id(c);
+    const uint32_t foreground = screen->white_pixel;
+    xcb_create_gc(c, gc, window, XCB_GC_FOREGROUND, &foreground);
+    const xcb_rectangle_t all {0, 0, uint16_t(frame.width()), uint16_t(frame.height())};
+    xcb_poly_fill_rectangle(c, window, gc, 1, &all);
+    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    const double us = Bench::microseconds(t0, Clock::now());
+    xcb_disconnect(c);
+    return us;
+}
+
+// Splits every leaf in half, vertical and horizontal by turns: 2^depth zones.
+void splitAlternating(const SplitNode::Ptr& node, int depth)
+{
+    if (depth == 0)
+        return;
+    node->splitAtRatio(depth % 2 == 0 ? SplitType::vertical : SplitType::horizontal, 0.5);
+    for (const SplitNode::Ptr& child : node->children())
+        splitAlternating(child, depth - 1);
+}
+
+struct ZoneTarget
+{
+    QPointF center; // desktop space
+    QRect frame; // where a window snapped into it goes, desktop space
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int reps = Bench::argument(argc, argv, "--reps", 200);
+    const int rate = Bench::argument(argc, argv, "--rate", 1000);
+    const int seconds = Bench::argument(argc, argv, "--seconds", 3);
+    const bool composited = Bench::argument(argc, argv, "--compositor", 0) != 0;
+    const int depth = Bench::argument(argc, argv, "--depth", 0);
+    QByteArray sections = "ohsf";
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], "--sections") == 0)
+            sections = argv[i + 1];
+    }
+
+    VirtualDesktop desktop;
+    if (!desktop.start()) {
+        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return 1;
+    }
+    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
+    PaintClock qtApp(argc, argv);
+    if (!desktop.startWindowManager(WindowManagerKind::Openbox))
+        return 1;
+    if (composited && !desktop.startCompositor(CompositorKind::Xcompmgr))
+        return 1;
+    const xcb_window_t client = desktop.startPlainWindow(QStringLiteral("bench"), QRect(300, 300, 400, 300));
+    if (client == XCB_WINDOW_NONE)
+        return 1;
+    VirtualDesktop::waitUntil([&] { return desktop.frameExtents(client).has_value(); });
+    const QMargins extents = *desktop.frameExtents(client);
+
+    std::unique_ptr<Platform> platform = createPlatform();
+    if (!platform)
+        return 1;
+    Settings settings(createUserSettingsBackend());
+    Application application(*platform, settings, {});
+    GlobalInput& input = platform->input();
+
+    // Around the application's own handling of every motion event: the first probe is
+    // connected before start() connects the monitors, the second after.
+    Clock::time_point motionArrived;
+    std::vector<double> motionUs;
+    bool recordMotion = false;
+    QObject::connect(&input, &GlobalInput::pointerMotion, [&] { motionArrived = Clock::now(); });
+    application.start();
+    QObject::connect(&input, &GlobalInput::pointerMotion, [&] {
+        if (recordMotion)
+            motionUs.push_back(Bench::microseconds(motionArrived, Clock::now()));
+    });
+
+    ScreenManager& screens = application.screenManager();
+    if (depth > 0) {
+        for (const Screen& screen : screens.screens()) {
+            const QRectF frame = *screens.visibleFrameOf(screen);
+            auto root = SplitNode::create(0, 0, frame.width(), frame.height());
+            splitAlternating(root, depth);
+            auto layout = Layout::create(root, QUuid::createUuid(), screen);
+            application.layoutManager().save(LayoutList {layout}, screen);
+            application.layoutManager().setActiveFor(screen, layout);
+        }
+    }
+    std::optional<Screen> left;
+    for (const Screen& screen : screens.screens()) {
+        if (screen.name() == QLatin1String("LEFT"))
+            left = screen;
+    }
+    const std::shared_ptr<Layout> layout = left ? application.layoutManager().activeFor(*left) : nullptr;
+    if (!layout || layout->zones().size() < 2) {
+        std::fprintf(stderr, "the left screen has no layout with two zones\n");
+        return 1;
+    }
+    std::vector<ZoneTarget> targets;
+    for (const std::shared_ptr<Zone>& zone : layout->zones()) {
+        const QRectF rect = *screens.layoutToDesktop(*left, zone->rect());
+        const QRectF frame = *screens.layoutToDesktop(*left, zone->visibleFrame(settings.effectiveGap(), screens));
+        targets.push_back({rect.center(), frame.toRect()});
+    }
+    const int screenCount = static_cast<int>(screens.screens().size());
+    std::printf("Openbox%s, %d screens, left layout with %zu zones, %d repetitions\n",
+        composited ? " + xcompmgr" : " (no compositor)", screenCount, targets.size(), reps);
+
+    XTestInput xtest;
+    const auto pump = [](int ms) { Bench::runUntil([] { return false; }, ms); };
+    ZoneManager& zones = application.zoneManager();
+
+    // Presses the title bar of the client and moves it a little: the drag is on.
+    const auto beginDrag = [&] {
+        const QRect c = *desktop.clientGeometry(client);
+        const QPoint grip(c.center().x(), c.top() - extents.top() / 2);
+        xtest.moveTo(grip.x(), grip.y());
+        pump(20);
+        xtest.press(1);
+        pump(20);
+        for (int i = 1; i <= 6; ++i) {
+            xtest.moveBy(8, 4);
+            pump(8);
+        }
+    };
+
+    // --- Overlay ------------------------------------------------------------------------
+    std::vector<double> overlayUs, shiftSeenUs, shownUs, exposedUs;
+    Clock::time_point shiftSeen;
+    QObject::connect(&input, &GlobalInput::modifiersChanged, [&] { shiftSeen = Clock::now(); });
+    if (sections.contains('o')) {
+        beginDrag();
+        int missed = 0;
+        for (int i = 0; i < reps; ++i) {
+            QSet<QString> painted;
+            Clock::time_point last;
+            qtApp.onPainted = [&](ZonesView* view, Clock::time_point at) {
+                painted.insert(screenOf(view));
+                last = at;
+            };
+            const Clock::time_point t0 = Clock::now();
+            xtest.keyDown(kShift);
+            if (Bench::runUntil([&] { return painted.size() >= screenCount; }, 2000)) {
+                overlayUs.push_back(Bench::microseconds(t0, last));
+                shiftSeenUs.push_back(Bench::microseconds(t0, shiftSeen));
+                shownUs.push_back(Bench::microseconds(t0, qtApp.lastShown));
+                exposedUs.push_back(Bench::microseconds(t0, qtApp.lastExposed));
+            } else
+                ++missed;
+            qtApp.onPainted = nullptr;
+            xtest.keyUp(kShift);
+            pump(5);
+            // A second press switches zone mode off again.
+            xtest.keyDown(kShift);
+            Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+            xtest.keyUp(kShift);
+            pump(10);
+        }
+        xtest.release(1);
+        pump(200);
+        std::printf(
+            "\nOverlay: Shift pressed during a title-bar drag -> overlays of all %d screens painted:\n", screenCount);
+        Bench::print("overlay latency", Bench::stats(overlayUs), true);
+        std::printf("  stages, from the key press:\n");
+        Bench::print("  Shift seen by the application", Bench::stats(shiftSeenUs), true);
+        Bench::print("  last overlay window shown", Bench::stats(shownUs), true);
+        Bench::print("  last overlay window exposed", Bench::stats(exposedUs), true);
+        Bench::print("  painting one view", Bench::stats(qtApp.paintUs), true);
+        Bench::print("  the event that paints (flush included)", Bench::stats(qtApp.paintingEventUs), true);
+        qtApp.paintUs.clear();
+        qtApp.paintingEventUs.clear();
+        if (missed)
+            std::printf("  %d repetitions showed no overlay within 2 s\n", missed);
+    }
+
+    // --- Highlight and event cost -------------------------------------------------------
+    if (sections.contains('h')) {
+        beginDrag();
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        pump(50);
+        long highlightChanges = 0;
+        for (ZonesWindow* window : visibleOverlays())
+            QObject::connect(&window->viewModel(), &ZonesViewModel::zoneHighlightChanged, window,
+                [&highlightChanges] { ++highlightChanges; });
+
+        // Start in the second zone, so every move below changes the highlight.
+        xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
+        pump(50);
+        std::vector<double> highlightUs;
+        int missed = 0;
+        for (int i = 0; i < reps; ++i) {
+            const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
+            const long changesBefore = highlightChanges;
+            bool repainted = false;
+            Clock::time_point paintedAt;
+            qtApp.onPainted = [&](ZonesView* view, Clock::time_point at) {
+                if (highlightChanges != changesBefore && screenOf(view) == left->name()) {
+                    repainted = true;
+                    paintedAt = at;
+                }
+            };
+            const Clock::time_point t0 = Clock::now();
+            xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
+            if (Bench::runUntil([&] { return repainted; }, 1000))
+                highlightUs.push_back(Bench::microseconds(t0, paintedAt));
+            else
+                ++missed;
+            qtApp.onPainted = nullptr;
+            pump(5);
+        }
+        std::printf("\nHighlight: pointer moved into another zone -> overlay repainted:\n");
+        Bench::print("highlight latency", Bench::stats(highlightUs), true);
+        if (missed)
+            std::printf("  %d moves changed no highlight within 1 s\n", missed);
+
+        // Motion at a fixed rate across the border of the first two zones.
+        const double border = (targets[0].frame.right() + targets[1].frame.left()) / 2.0;
+        const QPoint start(qRound(border) - 200, qRound(targets[0].center.y()));
+        std::atomic<long> sent {0};
+        std::atomic<bool> stop {false};
+        motionUs.clear();
+        recordMotion = true;
+        std::vector<long> lag;
+        const QMetaObject::Connection lagProbe = QObject::connect(
+            &input, &GlobalInput::pointerMotion, [&] { lag.push_back(sent.load() - long(motionUs.size())); });
+        const long changes0 = highlightChanges;
+        const double cpu0 = Bench::threadCpuSeconds();
+        const Clock::time_point driverStarted = Clock::now();
+        std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000);
+        pump(seconds * 1000);
+        stop.store(true);
+        driver.join();
+        Bench::runUntil([&] { return long(motionUs.size()) >= sent.load(); }, 30000);
+        const double cpu = Bench::threadCpuSeconds() - cpu0;
+        // The driver's last event went out `seconds` after it started.
+        const double drainMs = Bench::microseconds(driverStarted + std::chrono::seconds(seconds), Clock::now()) / 1000;
+        recordMotion = false;
+        QObject::disconnect(lagProbe);
+        std::printf("\nEvent handling in zone mode (overlays shown), %d motion events/s for %d s, crossing a zone "
+                    "border every 400 events:\n",
+            rate, seconds);
+        Bench::print("raw motion -> every observer done", Bench::stats(motionUs));
+        const long maxLag = lag.empty() ? 0 : *std::max_element(lag.begin(), lag.end());
+        std::printf("  sent %ld, handled %zu, the last %.1f ms after it was sent; %ld highlight changes\n", sent.load(),
+            motionUs.size(), drainMs, highlightChanges - changes0);
+        std::printf("  backlog: at most %ld events sent but not yet handled (XTest in flight included)\n", maxLag);
+        std::printf("  main-thread CPU: %.1f%% of one core, %.1f us per handled motion event (repaints included)\n",
+            100.0 * cpu / seconds, motionUs.empty() ? 0.0 : cpu * 1e6 / static_cast<double>(motionUs.size()));
+
+        xtest.release(1);
+        xtest.keyUp(kShift);
+        pump(300);
+    }
+
+    // --- Snap ---------------------------------------------------------------------------
+    if (sections.contains('s')) {
+        Bench::ConfigureWatcher watcher(client);
+        std::vector<double> snapUs;
+        int wrong = 0, missed = 0;
+        for (int i = 0; i < reps; ++i) {
+            const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
+            beginDrag();
+            xtest.keyDown(kShift);
+            if (!Bench::runUntil([&] { return zones.hasOverlays(); }, 2000)) {
+                ++missed;
+                xtest.release(1);
+                xtest.keyUp(kShift);
+                pump(200);
+                continue;
+            }
+            xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
+            pump(30);
+            watcher.clear();
+            const Clock::time_point t0 = Clock::now();
+            xtest.release(1);
+            // Final: the last ConfigureNotify before 150 ms without any.
+            const std::optional<double> snapped = watcher.lastAfterQuiet(t0, 150, 2000);
+            xtest.keyUp(kShift);
+            if (!snapped) {
+                ++missed;
+                continue;
+            }
+            snapUs.push_back(*snapped);
+            const std::optional<QRect> c = desktop.clientGeometry(client);
+            if (!c || c->marginsAdded(extents) != target.frame)
+                ++wrong;
+            pump(20);
+        }
+        std::printf("\nSnap: button released -> the window's last ConfigureNotify (own connection):\n");
+        Bench::print("snap latency", Bench::stats(snapUs), true);
+        std::printf("  %d snaps ended elsewhere than the zone's frame, %d gestures without a snap\n", wrong, missed);
+    }
+
+    // --- The floor: the same windows without Parqueta -------------------------------------
+    if (sections.contains('f')) {
+        std::vector<double> xcbUs;
+        // Waits for every window's first paint, then makes a round trip as for the
+        // overlays, so both clocks stop at the same point.
+        const auto allPainted = [&](const std::vector<std::unique_ptr<PlainOverlay>>& windows) {
+            const bool done = Bench::runUntil(
+                [&] { return std::all_of(windows.begin(), windows.end(), [](const auto& w) { return w->painted; }); },
+                2000);
+            if (auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
+                std::free(xcb_get_input_focus_reply(x11->connection(), xcb_get_input_focus(x11->connection()), nullptr));
+            return done;
+        };
+        const auto newWindows = [&](bool translucent) {
+            std::vector<double> us;
+            for (int i = 0; i < reps; ++i) {
+                const Clock::time_point t0 = Clock::now();
+                std::vector<std::unique_ptr<PlainOverlay>> windows;
+                for (const Screen& screen : screens.screens()) {
+                    windows.push_back(
+                        std::make_unique<PlainOverlay>(screens.visibleFrameOf(screen)->toRect(), translucent));
+                    windows.back()->show();
+                }
+                if (allPainted(windows))
+                    us.push_back(Bench::microseconds(t0, Clock::now()));
+                windows.clear();
+                pump(10);
+            }
+            return us;
+        };
+        const std::vector<double> qtUs = newWindows(true);
+        const std::vector<double> qtOpaqueUs = newWindows(false);
+        std::vector<double> reusedUs;
+        {
+            std::vector<std::unique_ptr<PlainOverlay>> windows;
+            for (const Screen& screen : screens.screens())
+                windows.push_back(std::make_unique<PlainOverlay>(screens.visibleFrameOf(screen)->toRect(), true));
+            for (int i = 0; i < reps; ++i) {
+                const Clock::time_point t0 = Clock::now();
+                for (auto& w : windows) {
+                    w->painted = false;
+                    w->show();
+                }
+                if (allPainted(windows))
+                    reusedUs.push_back(Bench::microseconds(t0, Clock::now()));
+                for (auto& w : windows)
+                    w->hide();
+                pump(10);
+            }
+        }
+        for (int i = 0; i < reps; ++i) {
+            xcbUs.push_back(bareXcbWindowUs(QRect(0, 0, 1280, 1080)));
+            pump(5);
+        }
+        std::printf("\nThe floor without Parqueta: the same appearance for a trivial client:\n");
+        Bench::print("QWidget per screen, show -> painted", Bench::stats(qtUs), true);
+        Bench::print("  ... without an alpha channel", Bench::stats(qtOpaqueUs), true);
+        Bench::print("the same QWidgets hidden and shown again", Bench::stats(reusedUs), true);
+        Bench::print("bare xcb window, create -> filled", Bench::stats(xcbUs), true);
+    }
+
+    application.quit();
+    return 0;
+}

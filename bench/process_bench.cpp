@@ -1,0 +1,269 @@
+// What the real parqueta process costs: start-up to a tray icon, CPU and wakeups while
+// nothing happens, resident memory at idle and after many gestures, and the snap latency
+// seen from outside. Everything is observed from other processes: /proc and the X server.
+//
+//   bench_process [--starts 20] [--idle 60] [--gestures 1000] [--snaps 200]
+//
+// Starts a virtual desktop (Xvfb with two monitors, openbox, a tint2 panel whose system
+// tray takes the icon, a plain client) and the parqueta executable of this build
+// (PARQUETA_EXECUTABLE overrides it).
+//
+// Tray icon ready: a window of the parqueta process (its _NET_WM_PID) is a viewable
+// descendant of the tint2 panel window, i.e. the panel has embedded the icon (XEMBED
+// reparents it into the panel and maps it). Found by walking the panel's window tree
+// every millisecond from a connection of the benchmark's own.
+#include "BenchSupport.h"
+#include "ConfigureWatcher.h"
+#include "DesktopZones.h"
+#include "GestureDriver.h"
+#include "OverlayProbe.h"
+#include "ParquetaProcess.h"
+#include "SettingsFile.h"
+#include "VirtualDesktop.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QMap>
+
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+namespace {
+
+using Bench::Clock;
+
+// Whether a window of process `pid` is a viewable descendant of `ancestor`.
+bool hasViewableWindowOf(xcb_connection_t* c, xcb_window_t ancestor, pid_t pid, xcb_atom_t pidAtom, int depth = 0)
+{
+    if (depth > 8)
+        return false;
+    xcb_query_tree_reply_t* tree = xcb_query_tree_reply(c, xcb_query_tree(c, ancestor), nullptr);
+    if (!tree)
+        return false;
+    const xcb_window_t* children = xcb_query_tree_children(tree);
+    const int count = xcb_query_tree_children_length(tree);
+    bool found = false;
+    for (int i = 0; i < count && !found; ++i) {
+        const xcb_window_t child = children[i];
+        xcb_get_property_reply_t* property
+            = xcb_get_property_reply(c, xcb_get_property(c, 0, child, pidAtom, XCB_ATOM_CARDINAL, 0, 1), nullptr);
+        const bool owned = property && xcb_get_property_value_length(property) == 4
+            && *static_cast<uint32_t*>(xcb_get_property_value(property)) == static_cast<uint32_t>(pid);
+        std::free(property);
+        if (owned) {
+            xcb_get_window_attributes_reply_t* attributes
+                = xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, child), nullptr);
+            found = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+            std::free(attributes);
+        }
+        if (!found)
+            found = hasViewableWindowOf(c, child, pid, pidAtom, depth + 1);
+    }
+    std::free(tree);
+    return found;
+}
+
+struct ThreadSwitches
+{
+    QString name;
+    qint64 switches = 0; // voluntary + involuntary
+};
+
+// Context switches of every thread of a process, by thread id: a sleeping thread that
+// wakes up switches in once, so their growth counts wakeups.
+QMap<QString, ThreadSwitches> threadSwitches(pid_t pid)
+{
+    QMap<QString, ThreadSwitches> result;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString& tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile status(tasks + QLatin1Char('/') + tid + QStringLiteral("/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            continue;
+        ThreadSwitches entry;
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            const QList<QByteArray> parts = line.simplified().split(' ');
+            if (parts.size() < 2)
+                continue;
+            if (parts[0] == "Name:")
+                entry.name = QString::fromUtf8(parts.mid(1).join(' '));
+            else if (parts[0] == "voluntary_ctxt_switches:" || parts[0] == "nonvoluntary_ctxt_switches:")
+                entry.switches += parts[1].toLongLong();
+        }
+        result.insert(tid, entry);
+    }
+    return result;
+}
+
+// CPU and wakeups of the process over `seconds` of doing nothing, per thread.
+void measureIdle(ParquetaProcess& parqueta, int seconds, const char* title)
+{
+    const std::optional<ProcessSample> before = parqueta.sample();
+    const QMap<QString, ThreadSwitches> threadsBefore = threadSwitches(parqueta.pid());
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    const std::optional<ProcessSample> after = parqueta.sample();
+    const QMap<QString, ThreadSwitches> threadsAfter = threadSwitches(parqueta.pid());
+    if (!before || !after) {
+        std::printf("  no /proc figures: %s\n", qPrintable(parqueta.lastError()));
+        return;
+    }
+    qint64 wakeups = 0;
+    QStringList busy;
+    for (auto it = threadsAfter.cbegin(); it != threadsAfter.cend(); ++it) {
+        const qint64 grown = it->switches - threadsBefore.value(it.key()).switches;
+        wakeups += grown;
+        if (grown > 0)
+            busy << QStringLiteral("%1 (%2): %3").arg(it->name, it.key()).arg(grown);
+    }
+    const double cpu = after->cpuSeconds - before->cpuSeconds;
+    std::printf("\n%s, %d s:\n", title, seconds);
+    std::printf("  CPU %.1f ms (%.4f%% of one core); %lld wakeups (%.2f per second) in %lld threads\n", cpu * 1000,
+        100.0 * cpu / seconds, static_cast<long long>(wakeups), static_cast<double>(wakeups) / seconds,
+        static_cast<long long>(threadsAfter.size()));
+    if (!busy.isEmpty())
+        std::printf("  threads that woke: %s\n", qPrintable(busy.join(QStringLiteral(", "))));
+    std::printf("  resident memory %.1f MB\n", static_cast<double>(after->rssBytes) / (1024.0 * 1024.0));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int starts = Bench::argument(argc, argv, "--starts", 20);
+    const int idleSeconds = Bench::argument(argc, argv, "--idle", 60);
+    const int gestures = Bench::argument(argc, argv, "--gestures", 1000);
+    const int snaps = Bench::argument(argc, argv, "--snaps", 200);
+
+    VirtualDesktop desktop;
+    if (!desktop.start()) {
+        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return 1;
+    }
+    VirtualDesktop::setShared(&desktop);
+    QCoreApplication app(argc, argv);
+    // Only this process: the child needs its info line to be seen starting.
+    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.info=false\nparqueta.*.debug=false"));
+    if (!desktop.startWindowManager(WindowManagerKind::Openbox) || !desktop.startPanel(0))
+        return 1;
+    std::printf("parqueta: %s\n", qPrintable(ParquetaProcess::executable()));
+
+    // --- Start-up -----------------------------------------------------------------------
+    {
+        xcb_connection_t* c = desktop.connection();
+        const xcb_atom_t pidAtom = desktop.atom("_NET_WM_PID");
+        std::vector<double> trayUs, logUs;
+        double firstTrayUs = 0, firstLogUs = 0;
+        int failed = 0;
+        SettingsFile().remove();
+        for (int i = 0; i <= starts; ++i) {
+            ParquetaProcess parqueta(desktop);
+            const Clock::time_point t0 = Clock::now();
+            if (!parqueta.start(false)) {
+                ++failed;
+                continue;
+            }
+            std::optional<double> logged, tray;
+            while ((!logged || !tray) && Clock::now() - t0 < std::chrono::seconds(10) && parqueta.isRunning()) {
+                if (!tray && hasViewableWindowOf(c, desktop.panelWindow(), parqueta.pid(), pidAtom))
+                    tray = Bench::microseconds(t0, Clock::now());
+                if (!logged && parqueta.logCount(QStringLiteral("is running on")) > 0)
+                    logged = Bench::microseconds(t0, Clock::now());
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            if (!logged || !tray) {
+                ++failed;
+                std::printf("  start %d: %s%s\n%s\n", i, logged ? "" : "never logged it is running; ",
+                    tray ? "" : "no icon in the tray", qPrintable(parqueta.logText().right(600)));
+            } else if (i == 0) {
+                firstTrayUs = *tray;
+                firstLogUs = *logged;
+            } else {
+                trayUs.push_back(*tray);
+                logUs.push_back(*logged);
+            }
+            parqueta.terminate();
+        }
+        std::printf("\nStart-up: process started -> ready (tint2 system tray, openbox):\n");
+        std::printf("  first run (installs the preset layouts): log line %.1f ms, tray icon %.1f ms\n",
+            firstLogUs / 1000, firstTrayUs / 1000);
+        Bench::print("later runs: \"... is running on\" logged", Bench::stats(logUs), true);
+        Bench::print("later runs: tray icon embedded, viewable", Bench::stats(trayUs), true);
+        if (failed)
+            std::printf("  %d starts did not get ready within 10 s\n", failed);
+    }
+
+    // --- Idle, gestures, memory ---------------------------------------------------------
+    const xcb_window_t client = desktop.startPlainWindow(QStringLiteral("bench"), QRect(300, 300, 400, 300));
+    if (client == XCB_WINDOW_NONE)
+        return 1;
+    ParquetaProcess parqueta(desktop);
+    if (!parqueta.start())
+        return 1;
+    // Past the start-up's one-shot work (the delayed notice of unavailable shortcuts).
+    std::this_thread::sleep_for(std::chrono::seconds(3));
+    measureIdle(parqueta, idleSeconds, "Idle after start-up, nothing happening");
+
+    const std::optional<DesktopZones> zones = DesktopZones::read();
+    if (!zones) {
+        std::fprintf(stderr, "no zones: %s\n", qPrintable(DesktopZones::lastError()));
+        return 1;
+    }
+    const QList<DesktopZone> left = zones->zonesOn(QStringLiteral("LEFT"));
+    if (left.size() < 2) {
+        std::fprintf(stderr, "the left screen has fewer than two zones\n");
+        return 1;
+    }
+    OverlayProbe overlays(parqueta.pid());
+    GestureDriver driver(desktop, overlays);
+    Bench::ConfigureWatcher watcher(client);
+    std::vector<double> snapUs;
+    std::vector<qint64> rss;
+    int wrong = 0, noOverlay = 0;
+    std::printf("\nGestures: Shift-drag the client into zone 1 and 2 of LEFT by turns, %d times\n", gestures);
+    for (int i = 0; i < gestures; ++i) {
+        const DesktopZone& zone = left[i % 2];
+        Clock::time_point released;
+        DragOptions options;
+        options.toggle = ZoneToggle::Shift;
+        options.stepsPerLeg = 6;
+        options.stepDelayMs = 3;
+        options.raiseFirst = false;
+        options.beforeRelease = [&] {
+            watcher.clear();
+            released = Clock::now();
+        };
+        const DragReport report = driver.drag(client, zones->dropPoint(zone.screenName, zone.zoneId), options);
+        if (!report.overlayShown)
+            ++noOverlay;
+        if (i < snaps) {
+            if (const std::optional<double> snapped = watcher.lastAfterQuiet(released, 100, 2000))
+                snapUs.push_back(*snapped);
+            if (driver.frameOf(client) != zone.frame)
+                ++wrong;
+        }
+        if ((i + 1) % 100 == 0 || i == 0) {
+            if (const std::optional<ProcessSample> s = parqueta.sample())
+                rss.push_back(s->rssBytes);
+            std::printf("  after %4d gestures: resident %.1f MB\n", i + 1,
+                rss.empty() ? 0.0 : static_cast<double>(rss.back()) / (1024.0 * 1024.0));
+            std::fflush(stdout);
+        }
+    }
+    std::printf("  %d gestures showed no overlay\n", noOverlay);
+    std::printf("\nSnap seen from outside: button released -> the window's last ConfigureNotify:\n");
+    Bench::print("snap latency (real binary)", Bench::stats(snapUs), true);
+    std::printf("  %d of the first %d snaps ended elsewhere than the zone's frame\n", wrong, std::min(snaps, gestures));
+
+    measureIdle(parqueta, std::min(idleSeconds, 20), "Idle after the gestures");
+    const std::optional<int> exitCode = parqueta.terminate();
+    VirtualDesktop::setShared(nullptr);
+    std::printf(
+        "\nparqueta exited with %s\n", exitCode ? qPrintable(QString::number(*exitCode)) : "a signal or not at all");
+    return 0;
+}

@@ -1,0 +1,101 @@
+#include "BenchSupport.h"
+
+#include "XTestInput.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <sys/resource.h>
+
+namespace Bench {
+
+double microseconds(Clock::time_point from, Clock::time_point to)
+{
+    return std::chrono::duration<double, std::micro>(to - from).count();
+}
+
+Stats stats(std::vector<double> samples)
+{
+    Stats s;
+    s.n = samples.size();
+    if (samples.empty())
+        return s;
+    std::sort(samples.begin(), samples.end());
+    s.median = samples[samples.size() / 2];
+    // Nearest rank: with 200 samples the 99th percentile is the second largest.
+    const size_t rank = (samples.size() * 99 + 99) / 100;
+    s.p99 = samples[std::min(samples.size(), std::max<size_t>(rank, 1)) - 1];
+    s.max = samples.back();
+    return s;
+}
+
+void print(const char* what, const Stats& s, bool inMilliseconds)
+{
+    if (inMilliseconds) {
+        std::printf("  %-40s n=%5zu  median %8.2f ms  p99 %8.2f ms  max %8.2f ms\n", what, s.n, s.median / 1000,
+            s.p99 / 1000, s.max / 1000);
+    } else {
+        std::printf("  %-40s n=%5zu  median %8.1f us  p99 %8.1f us  max %8.1f us\n", what, s.n, s.median, s.p99, s.max);
+    }
+    std::fflush(stdout);
+}
+
+int argument(int argc, char** argv, const char* name, int fallback)
+{
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], name) == 0)
+            return std::atoi(argv[i + 1]);
+    }
+    return fallback;
+}
+
+double threadCpuSeconds()
+{
+    rusage usage {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
+        + static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+bool runUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    QTimer tick;
+    tick.start(2);
+    while (!done()) {
+        if (Clock::now() >= deadline)
+            return done();
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+void driveMotion(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start, int maxMs)
+{
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(maxMs);
+    XTestInput xtest;
+    xtest.moveTo(start.x(), start.y());
+    if (buttonHeld)
+        xtest.press(1);
+    const auto period = std::chrono::microseconds(1'000'000 / std::max(1, rate));
+    auto next = Clock::now();
+    long i = 0;
+    while (!stop.load() && (maxMs <= 0 || Clock::now() < end)) {
+        next += period;
+        std::this_thread::sleep_until(next);
+        xtest.moveBy((i / 400) % 2 == 0 ? 1 : -1, 0);
+        ++i;
+        sent.store(i);
+    }
+    if (buttonHeld)
+        xtest.release(1);
+}
+
+} // namespace Bench

@@ -1,0 +1,50 @@
+#pragma once
+
+// Small pieces every benchmark program shares: figures over repetitions, command-line
+// numbers, thread CPU time, a Qt event loop run until a condition holds, and a motion
+// driver that moves the pointer through XTest at a fixed rate from a thread of its own.
+#include <QPoint>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace Bench {
+
+using Clock = std::chrono::steady_clock;
+
+double microseconds(Clock::time_point from, Clock::time_point to);
+
+struct Stats
+{
+    double median = 0, p99 = 0, max = 0;
+    size_t n = 0;
+};
+
+// Median, 99th percentile (nearest rank) and maximum.
+Stats stats(std::vector<double> samples);
+
+// "  <what> n=... median ... p99 ... max ..." in microseconds, or in milliseconds when
+// inMilliseconds (the samples stay in microseconds).
+void print(const char* what, const Stats& s, bool inMilliseconds = false);
+
+// The number after `name` on the command line, else fallback.
+int argument(int argc, char** argv, const char* name, int fallback);
+
+// CPU time (user + system) of the calling thread, in seconds.
+double threadCpuSeconds();
+
+// Runs the Qt event loop (blocking between events, with a 2 ms tick to look at the
+// condition) until done() or timeoutMs. Called from main(), never from inside an
+// event handler. Returns done()'s last value.
+bool runUntil(const std::function<bool()>& done, int timeoutMs);
+
+// Moves the pointer by one pixel at `rate` events per second, back and forth over 400 px,
+// from its own XTest connection until stop or, with maxMs > 0, for at most maxMs (so a
+// main thread that cannot keep up still gets to the end); `sent` counts the events.
+// With buttonHeld it presses button 1 at `start` first and releases it at the end.
+void driveMotion(
+    std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start, int maxMs = 0);
+
+} // namespace Bench
