@@ -2,10 +2,11 @@
 
 #include "core/Logging.h"
 #include "managers/ScreenManager.h"
+#include "platform/DesktopEffects.h"
 #include "views/ZonesViewModel.h"
 #include "views/ZonesWindow.h"
 
-#include <QPointer>
+#include <algorithm>
 
 namespace {
 
@@ -13,19 +14,20 @@ namespace {
 class ZonesOverlay final : public OverlayWindow
 {
 public:
-    explicit ZonesOverlay(ZonesWindow* window)
+    ZonesOverlay(ZonesWindow* window, ZonesOverlayFactory& factory)
         : m_window(window)
+        , m_factory(factory)
     { }
 
     // The engine drops its overlays from inside its own gesture-end callback, and the
     // view model, a later observer of the same notification, is still to be told about
-    // that end (it snaps then). So the window leaves the screen now and is deleted once
-    // the notification is over.
+    // that end (it snaps then). So the window only leaves the screen now; the factory
+    // keeps it for the next gesture or deletes it later, never here.
     ~ZonesOverlay() override
     {
         if (m_window) {
             m_window->hide();
-            m_window->deleteLater();
+            m_factory.keep(m_window);
         }
     }
 
@@ -43,16 +45,39 @@ public:
 
 private:
     QPointer<ZonesWindow> m_window;
+    ZonesOverlayFactory& m_factory;
 };
 
 } // namespace
 
 ZonesOverlayFactory::ZonesOverlayFactory(
-    ScreenManager& screens, const Settings& settings, const DesktopEffects& effects)
+    ScreenManager& screens, const Settings& settings, const DesktopEffects& effects, int keepHiddenMs)
     : m_screens(screens)
     , m_settings(settings)
     , m_effects(effects)
-{ }
+{
+    m_dropTimer.setSingleShot(true);
+    m_dropTimer.setInterval(keepHiddenMs);
+    QObject::connect(&m_dropTimer, &QTimer::timeout, [this] { dropKept(); });
+}
+
+ZonesOverlayFactory::~ZonesOverlayFactory()
+{
+    m_dropTimer.stop();
+    for (const QPointer<ZonesWindow>& window : std::exchange(m_kept, {}))
+        delete window.data();
+}
+
+void ZonesOverlayFactory::setEngine(ZoneOverlayEngine* engine)
+{
+    if (engine == m_engine)
+        return;
+    // Synchronously: the old engine may be destroyed right after this call.
+    m_dropTimer.stop();
+    for (const QPointer<ZonesWindow>& window : std::exchange(m_kept, {}))
+        delete window.data();
+    m_engine = engine;
+}
 
 std::unique_ptr<OverlayWindow> ZonesOverlayFactory::createOverlay(const Screen& screen, std::shared_ptr<Layout> layout)
 {
@@ -65,7 +90,65 @@ std::unique_ptr<OverlayWindow> ZonesOverlayFactory::createOverlay(const Screen& 
         qCDebug(lcOverlay) << "No zone overlay for" << screen.id() << ": its display is not connected";
         return nullptr;
     }
+    const QRect pixels = frame->toAlignedRect();
+    if (ZonesWindow* kept = takeKept(screen, layout, pixels))
+        return std::make_unique<ZonesOverlay>(kept, *this);
     auto viewModel = std::make_unique<ZonesViewModel>(screen, std::move(layout), *m_engine, m_settings, m_screens);
     return std::make_unique<ZonesOverlay>(
-        new ZonesWindow(std::move(viewModel), frame->toAlignedRect(), m_settings, m_effects));
+        new ZonesWindow(std::move(viewModel), pixels, m_settings, m_effects), *this);
+}
+
+int ZonesOverlayFactory::keptCount() const
+{
+    return int(std::count_if(m_kept.begin(), m_kept.end(), [](const auto& window) { return !window.isNull(); }));
+}
+
+void ZonesOverlayFactory::keep(ZonesWindow* window)
+{
+    if (!window)
+        return;
+    if (!m_engine) {
+        // On the way out: nothing will ask for it again.
+        window->deleteLater();
+        return;
+    }
+    m_kept.emplace_back(window);
+    m_dropTimer.start();
+}
+
+ZonesWindow* ZonesOverlayFactory::takeKept(
+    const Screen& screen, const std::shared_ptr<Layout>& layout, const QRect& frame)
+{
+    ZonesWindow* found = nullptr;
+    std::vector<QPointer<ZonesWindow>> others;
+    for (const QPointer<ZonesWindow>& window : std::exchange(m_kept, {})) {
+        if (!window)
+            continue;
+        if (!(window->screen() == screen)) {
+            others.push_back(window);
+            continue;
+        }
+        // The visual (with or without alpha) was fixed when the window was made, so a
+        // compositor that came or went since calls for a new one, as do a moved panel
+        // and another active layout. A window that no longer fits is of no further use.
+        const bool fits = !found && window->layout() == layout && window->geometry() == frame
+            && window->testAttribute(Qt::WA_TranslucentBackground) == m_effects.overlaysCanBeTranslucent();
+        if (fits)
+            found = window;
+        else
+            window->deleteLater();
+    }
+    m_kept = std::move(others);
+    if (m_kept.empty())
+        m_dropTimer.stop();
+    return found;
+}
+
+void ZonesOverlayFactory::dropKept()
+{
+    qCDebug(lcOverlay) << "Releasing" << keptCount() << "hidden zone overlay(s)";
+    for (const QPointer<ZonesWindow>& window : std::exchange(m_kept, {})) {
+        if (window)
+            window->deleteLater();
+    }
 }

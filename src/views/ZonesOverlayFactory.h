@@ -2,13 +2,26 @@
 
 #include "managers/OverlayWindow.h"
 
+#include <QPointer>
+#include <QRect>
+#include <QTimer>
+
+#include <vector>
+
 class DesktopEffects;
 class ScreenManager;
 class Settings;
 class ZoneOverlayEngine;
+class ZonesWindow;
 
 // Builds the zone overlays the engine shows during a zone gesture: one ZonesWindow over
 // the screen's visible frame.
+//
+// A dropped overlay's window is hidden and kept for a while: the next gesture on the
+// same screen, with the same layout and frame, shows it again instead of creating a
+// native window and its backing store, which is most of the time it takes an overlay
+// to appear. Kept windows are deleted once nothing has asked for them for keepHiddenMs,
+// so an idle Parqueta holds no overlay memory and no timer.
 //
 // The engine the overlays talk to is ZoneManager itself, which needs this factory to be
 // constructed; so the engine is handed over afterwards:
@@ -19,16 +32,33 @@ class ZoneOverlayEngine;
 class ZonesOverlayFactory final : public OverlayFactory
 {
 public:
-    ZonesOverlayFactory(ScreenManager& screens, const Settings& settings, const DesktopEffects& effects);
+    static constexpr int kKeepHiddenMs = 10000;
 
-    void setEngine(ZoneOverlayEngine* engine) { m_engine = engine; }
+    ZonesOverlayFactory(ScreenManager& screens, const Settings& settings, const DesktopEffects& effects,
+        int keepHiddenMs = kKeepHiddenMs);
+    ~ZonesOverlayFactory() override;
+
+    // Kept windows talk to the engine they were made for: changing it (or setting none
+    // on the way out) deletes them.
+    void setEngine(ZoneOverlayEngine* engine);
 
     // Nothing when the screen's display is not connected (or no engine was set).
     std::unique_ptr<OverlayWindow> createOverlay(const Screen& screen, std::shared_ptr<Layout> layout) override;
 
+    // Hidden windows waiting for the next gesture.
+    int keptCount() const;
+
+    // Takes back the window of a dropped overlay (already hidden).
+    void keep(ZonesWindow* window);
+
 private:
+    ZonesWindow* takeKept(const Screen& screen, const std::shared_ptr<Layout>& layout, const QRect& frame);
+    void dropKept();
+
     ScreenManager& m_screens;
     const Settings& m_settings;
     const DesktopEffects& m_effects;
     ZoneOverlayEngine* m_engine = nullptr;
+    std::vector<QPointer<ZonesWindow>> m_kept;
+    QTimer m_dropTimer;
 };

@@ -28,7 +28,8 @@ protected:
     ZonesWindowTest() { factory.setEngine(&engine); }
     ~ZonesWindowTest() override { pump(0); }
 
-    ZonesOverlayFactory factory {screens, settings, effects};
+    static constexpr int kKeepMs = 50;
+    ZonesOverlayFactory factory {screens, settings, effects, kKeepMs};
 };
 
 TEST_F(ZonesWindowTest, OverlayIsClickThroughNeverFocusedAndFadesIn)
@@ -87,10 +88,63 @@ TEST_F(ZonesWindowTest, FactoryCoversExactlyTheVisibleFrameOfAConnectedScreen)
     EXPECT_TRUE(window->isVisible());
     overlay.reset();
     pump(0);
-    EXPECT_TRUE(zonesWindows().isEmpty()) << "dropping the overlay deletes its window";
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(factory.keptCount(), 1) << "kept hidden for the next gesture";
+    pump(kKeepMs + 50);
+    EXPECT_TRUE(zonesWindows().isEmpty()) << "deleted once nobody asked for it";
+    EXPECT_EQ(factory.keptCount(), 0);
 
     displays.setDisplays({});
     EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
+    EXPECT_TRUE(zonesWindows().isEmpty());
+}
+
+// The next gesture gets the hidden window back, cleared of the last gesture's
+// highlights and following the gesture again; anything that changed what the window
+// must look like (layout, frame, compositor) gets a new one and the old one goes.
+TEST_F(ZonesWindowTest, NextGestureReusesTheHiddenWindowWhileItStillFits)
+{
+    std::unique_ptr<OverlayWindow> overlay = factory.createOverlay(screen, layout);
+    overlay->show();
+    ZonesWindow* first = zonesWindows().value(0);
+    ASSERT_NE(first, nullptr);
+    engine.hits = {"2"};
+    engine.observers.notify([](ZoneGestureObserver& o) { o.zoneGestureDidMove(gestureEvent(false)); });
+    EXPECT_EQ(highlighted(), QStringList {"2"});
+    overlay.reset();
+    EXPECT_TRUE(engine.observers.empty()) << "a hidden overlay follows no gesture";
+
+    engine.hits = {};
+    overlay = factory.createOverlay(screen, layout);
+    EXPECT_EQ(factory.keptCount(), 0);
+    overlay->show();
+    ASSERT_EQ(zonesWindows(), QList<ZonesWindow*> {first}) << "the same window, no new one";
+    EXPECT_TRUE(first->isVisible());
+    EXPECT_TRUE(highlighted().isEmpty()) << "the last gesture's highlight is gone";
+    EXPECT_TRUE(engine.observers.contains(&first->viewModel()));
+    overlay.reset();
+
+    // Another layout: a new window, the old one deleted.
+    const std::shared_ptr<Layout> other = defaultLayout(DefaultLayoutType::vertical, screen, screens);
+    overlay = factory.createOverlay(screen, other);
+    pump(0);
+    ASSERT_EQ(zonesWindows().size(), 1);
+    EXPECT_NE(zonesWindows().first(), first);
+    EXPECT_EQ(zonesWindows().first()->layout(), other);
+    overlay.reset();
+
+    // A compositor arrived: a window made without alpha is not reused.
+    ZonesWindow* opaque = zonesWindows().first();
+    effects.setTranslucent(!effects.overlaysCanBeTranslucent());
+    overlay = factory.createOverlay(screen, other);
+    pump(0);
+    ASSERT_EQ(zonesWindows().size(), 1);
+    EXPECT_NE(zonesWindows().first(), opaque);
+    overlay.reset();
+
+    // Unbinding from the engine deletes kept windows at once: they refer to it.
+    factory.setEngine(nullptr);
+    EXPECT_EQ(factory.keptCount(), 0);
     EXPECT_TRUE(zonesWindows().isEmpty());
 }
 
