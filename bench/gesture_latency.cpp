@@ -24,6 +24,7 @@
 // a window only once the server has exposed it, so painted implies mapped.
 #include "BenchSupport.h"
 #include "ConfigureWatcher.h"
+#include "SplitTrees.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
 #include "app/Application.h"
@@ -197,16 +198,6 @@ double bareXcbWindowUs(const QRect& frame)
     return us;
 }
 
-// Splits every leaf in half, vertical and horizontal by turns: 2^depth zones.
-void splitAlternating(const SplitNode::Ptr& node, int depth)
-{
-    if (depth == 0)
-        return;
-    node->splitAtRatio(depth % 2 == 0 ? SplitType::vertical : SplitType::horizontal, 0.5);
-    for (const SplitNode::Ptr& child : node->children())
-        splitAlternating(child, depth - 1);
-}
-
 struct ZoneTarget
 {
     QPointF center; // desktop space
@@ -269,7 +260,7 @@ int main(int argc, char** argv)
         for (const Screen& screen : screens.screens()) {
             const QRectF frame = *screens.visibleFrameOf(screen);
             auto root = SplitNode::create(0, 0, frame.width(), frame.height());
-            splitAlternating(root, depth);
+            Bench::splitAlternating(root, depth);
             auto layout = Layout::create(root, QUuid::createUuid(), screen);
             application.layoutManager().save(LayoutList {layout}, screen);
             application.layoutManager().setActiveFor(screen, layout);

@@ -7,6 +7,7 @@
 #include "FakeGlobalInput.h"
 #include "FakeHotkeyBackend.h"
 #include "FakeWindowControl.h"
+#include "SplitTrees.h"
 #include "core/FileSettingsBackend.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
@@ -36,20 +37,10 @@ namespace {
 const QRectF kFrame(0, 0, 3840, 2160);
 const QRectF kVisibleFrame(0, 32, 3840, 2128);
 
-// Splits every leaf in half, vertical and horizontal by turns: 2^depth zones.
-void splitAlternating(const SplitNode::Ptr& node, int depth)
-{
-    if (depth == 0)
-        return;
-    node->splitAtRatio(depth % 2 == 0 ? SplitType::vertical : SplitType::horizontal, 0.5);
-    for (const SplitNode::Ptr& child : node->children())
-        splitAlternating(child, depth - 1);
-}
-
 std::shared_ptr<Layout> alternatingLayout(int depth, std::optional<Screen> screen = std::nullopt)
 {
     auto root = SplitNode::create(0, 0, kVisibleFrame.width(), kVisibleFrame.height());
-    splitAlternating(root, depth);
+    Bench::splitAlternating(root, depth);
     return Layout::create(root, QUuid::createUuid(), std::move(screen));
 }
 

@@ -85,13 +85,25 @@ void ZonesView::setOpaque(bool opaque)
 
 QRegion ZonesView::paintedRegion() const
 {
+    QRegion region = unhighlightedShape();
+    for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
+        if (zone->highlighted())
+            region += pixelFrame(m_viewModel.frameOf(*zone));
+    }
+    return region;
+}
+
+QRegion ZonesView::unhighlightedShape() const
+{
+    if (m_unhighlightedShape)
+        return *m_unhighlightedShape;
     QRegion region = ring(rect(), kBorderWidth);
     for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
         const QRectF frame = m_viewModel.frameOf(*zone);
-        const QRect pixels = pixelFrame(frame);
-        region += zone->highlighted() ? QRegion(pixels) : ring(pixels, kOutlineWidth);
+        region += ring(pixelFrame(frame), kOutlineWidth);
         region += numberRegion(*zone, frame);
     }
+    m_unhighlightedShape = region;
     return region;
 }
 
@@ -143,6 +155,7 @@ void ZonesView::changeEvent(QEvent* event)
 void ZonesView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
+    m_unhighlightedShape.reset();
     Q_EMIT paintedRegionChanged();
 }
 
@@ -158,7 +171,7 @@ void ZonesView::zoneHighlightChanged(int index)
 
 void ZonesView::redrawAll()
 {
-    m_numberRegions.clear();
+    m_unhighlightedShape.reset();
     update();
     Q_EMIT paintedRegionChanged();
 }
@@ -174,9 +187,6 @@ QFont ZonesView::numberFont() const
 
 QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
 {
-    const auto cached = m_numberRegions.constFind(zone.id());
-    if (cached != m_numberRegions.cend() && cached->first == frame)
-        return cached->second;
     const QFont font = numberFont();
     const QRect bounds = QFontMetricsF(font).boundingRect(frame, kNumberFlags, zone.id()).toAlignedRect();
     if (bounds.isEmpty())
@@ -191,6 +201,5 @@ QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
     painter.end();
     QRegion region(QBitmap::fromImage(image.createAlphaMask()));
     region.translate(bounds.topLeft());
-    m_numberRegions.insert(zone.id(), {frame, region});
     return region;
 }

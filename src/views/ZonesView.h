@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QHash>
 #include <QRectF>
 #include <QRegion>
 #include <QWidget>
 
-#include <utility>
+#include <optional>
 
 class Settings;
 class Zone;
@@ -45,11 +44,14 @@ private:
     void redrawAll();
     QFont numberFont() const;
     QRegion numberRegion(const Zone& zone, const QRectF& frame) const;
+    QRegion unhighlightedShape() const;
 
     ZonesViewModel& m_viewModel;
     const Settings& m_settings;
     bool m_opaque = false;
-    // Rendering a number's outline is the dear part of the shape, and the shape is
-    // recomputed on every highlight change; by zone id, for the frame it was made for.
-    mutable QHash<QString, std::pair<QRectF, QRegion>> m_numberRegions;
+    // The shape asked for on every highlight flip is this plus the highlighted zones.
+    // Outlines and number glyphs change only with a full redraw or a resize, and
+    // rebuilding them (a glyph rendered and traced per zone, then united) is the dear
+    // part: with many zones it would stall the drag at every flip.
+    mutable std::optional<QRegion> m_unhighlightedShape;
 };

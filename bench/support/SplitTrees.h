@@ -1,0 +1,18 @@
+#pragma once
+
+#include "models/SplitNode.h"
+#include "models/SplitType.h"
+
+namespace Bench {
+
+// Splits every leaf in half, vertical and horizontal by turns: 2^depth zones.
+inline void splitAlternating(const SplitNode::Ptr& node, int depth)
+{
+    if (depth == 0)
+        return;
+    node->splitAtRatio(depth % 2 == 0 ? SplitType::vertical : SplitType::horizontal, 0.5);
+    for (const SplitNode::Ptr& child : node->children())
+        splitAlternating(child, depth - 1);
+}
+
+} // namespace Bench
