@@ -117,6 +117,12 @@ std::optional<Screen> ScreenManager::screenWithPoint(QPointF desktopPoint)
     return screenFor(*display);
 }
 
+std::optional<QString> ScreenManager::screenIdWithPoint(QPointF desktopPoint) const
+{
+    const std::optional<DisplayInfo> display = displayWithPoint(m_displays.displays(), desktopPoint);
+    return display ? identifierOf(*display) : std::nullopt;
+}
+
 std::optional<Screen> ScreenManager::screenWithMouse()
 {
     return screenWithPoint(m_displays.pointerLocation());

@@ -44,6 +44,9 @@ public:
     // desktop point (ScreenCoordinates::frameContains: left/top edges inclusive,
     // right/bottom exclusive).
     std::optional<Screen> screenWithPoint(QPointF desktopPoint);
+    // The id of the screen screenWithPoint() finds, without reading or adding to the
+    // stored screens: for questions asked many times per pointer motion.
+    std::optional<QString> screenIdWithPoint(QPointF desktopPoint) const;
     std::optional<Screen> screenWithMouse();
     // The pointer in desktop space.
     QPointF pointerLocation() const { return m_displays.pointerLocation(); }

@@ -144,11 +144,13 @@ bool ZoneManager::isCursorInZone(const Zone& zone) const
     // One read: on X11 each is a round trip to the server, made for every zone of every
     // screen on every drag step; and both questions below must see the same position.
     const QPointF pointer = m_screens.pointerLocation();
-    const std::optional<Screen> mouseScreen = m_screens.screenWithPoint(pointer);
-    if (!mouseScreen)
+    // Screens are equal by id; comparing ids spares decoding the stored screen for
+    // every zone of every screen on every drag step.
+    const std::optional<QString> mouseScreenId = m_screens.screenIdWithPoint(pointer);
+    if (!mouseScreenId)
         return false;
     // A zone on another screen is never hit, whatever its local coordinates say.
-    if (!zone.screen() || !m_screens.displayFor(*zone.screen()) || !(*zone.screen() == *mouseScreen))
+    if (!zone.screen() || zone.screen()->id() != *mouseScreenId)
         return false;
     const std::optional<QPointF> point = m_screens.positionInVisibleFrame(*zone.screen(), pointer);
     if (!point)
