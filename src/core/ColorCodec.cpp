@@ -98,11 +98,11 @@ QByteArray archive(const QColor& color)
 
 namespace {
 
-bool isKnownSpec(qint8 spec)
+bool isKnownModel(qint8 model)
 {
     // Compared as numbers: casting an unknown number to the enum first would itself be undefined.
     for (const QColor::Spec known : {QColor::Rgb, QColor::Hsv, QColor::Cmyk, QColor::Hsl, QColor::ExtendedRgb}) {
-        if (spec == static_cast<qint8>(known))
+        if (model == static_cast<qint8>(known))
             return true;
     }
     return false;
@@ -119,12 +119,13 @@ std::optional<QColor> unarchive(const QByteArray& blob)
     in >> magic >> version;
     if (in.status() != QDataStream::Ok || magic != kArchiveMagic || version != kArchiveVersion)
         return std::nullopt;
-    // Qt trusts the spec byte of a streamed colour and keeps whatever number it finds, which
-    // later reads as an enum value that does not exist; check it before Qt reads the colour.
+    // Qt trusts the colour-model byte of a streamed colour and keeps whatever number it
+    // finds, which later reads as an enum value that does not exist; check it before Qt
+    // reads the colour.
     const qint64 colorStart = in.device()->pos();
-    qint8 spec = 0;
-    in >> spec;
-    if (in.status() != QDataStream::Ok || !isKnownSpec(spec))
+    qint8 model = 0;
+    in >> model;
+    if (in.status() != QDataStream::Ok || !isKnownModel(model))
         return std::nullopt;
     in.device()->seek(colorStart);
     QColor color;
