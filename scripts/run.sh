@@ -12,4 +12,4 @@ if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
 fi
 echo "run: no usable X display (DISPLAY='${DISPLAY:-}'); running the demo on a virtual desktop"
 cmake --build "$root/build" --target parqueta_demo
-exec "$root/build/tests/e2e/parqueta_demo" "$root/demo"
+exec "$root/build/tools/demo/parqueta_demo" "$root/demo"

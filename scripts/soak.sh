@@ -29,4 +29,4 @@ export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp"
 # A small quarantine, so resident memory levels off early and a growth shows.
 export PARQUETA_CHILD_ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:quarantine_size_mb=16"
 export ASAN_OPTIONS="detect_leaks=0"
-exec "$build/tests/soak/parqueta_soak" "${args[@]}"
+exec "$build/tools/soak/parqueta_soak" "${args[@]}"

@@ -40,14 +40,10 @@ inline const char* wmName(WindowManagerKind kind)
     return "none";
 }
 
-// The frame the user sees, measured by the harness's own connection (client area in
-// root coordinates plus _NET_FRAME_EXTENTS), independent of the code under test.
+// The frame the user sees, measured by the harness's own connection.
 inline std::optional<QRect> visibleFrame(VirtualDesktop& desktop, xcb_window_t window)
 {
-    const std::optional<QRect> client = desktop.clientGeometry(window);
-    if (!client)
-        return std::nullopt;
-    return client->marginsAdded(desktop.frameExtents(window).value_or(QMargins()));
+    return desktop.visibleFrame(window);
 }
 
 inline bool hasState(VirtualDesktop& desktop, xcb_window_t window, const char* state)
@@ -83,10 +79,9 @@ inline bool maximize(VirtualDesktop& desktop, xcb_window_t window)
     });
 }
 
-// Lets queued Qt and X events run for a while.
 inline void pump(int milliseconds)
 {
-    VirtualDesktop::waitUntil([] { return false; }, milliseconds);
+    VirtualDesktop::pump(milliseconds);
 }
 
 } // namespace WindowsX11

@@ -741,6 +741,14 @@ std::optional<QMargins> VirtualDesktop::frameExtents(xcb_window_t window)
     return QMargins(int(values[0]), int(values[2]), int(values[1]), int(values[3]));
 }
 
+std::optional<QRect> VirtualDesktop::visibleFrame(xcb_window_t window)
+{
+    const std::optional<QRect> client = clientGeometry(window);
+    if (!client)
+        return std::nullopt;
+    return client->marginsAdded(frameExtents(window).value_or(QMargins()));
+}
+
 bool VirtualDesktop::waitUntil(const std::function<bool()>& condition, int timeoutMs)
 {
     QElapsedTimer timer;

@@ -122,7 +122,7 @@ public:
     void stopCompositor();
 
     // --- Clients ---
-    // tests/x11/clients/plain_window: a normal window with no size increments (exact
+    // tools/desktop/clients/plain_window: a normal window with no size increments (exact
     // sizes), the given WM_CLASS (instance and class) and title, at the requested
     // position and size (USPosition/USSize). Returns its client window once mapped
     // (and listed in _NET_CLIENT_LIST when a window manager runs), else XCB_WINDOW_NONE.
@@ -154,12 +154,17 @@ public:
     xcb_window_t deepestWindowUnderPointer();
     // _NET_FRAME_EXTENTS (left, top, right, bottom).
     std::optional<QMargins> frameExtents(xcb_window_t window);
+    // The frame the user sees: the client area plus _NET_FRAME_EXTENTS, measured on this
+    // connection, independent of the program under test.
+    std::optional<QRect> visibleFrame(xcb_window_t window);
     // A CARDINAL/WINDOW/ATOM property as 32-bit values (empty when absent).
     QList<quint32> property32(xcb_window_t window, const char* name);
 
     // Polls condition (processing Qt events between tries, if a Qt application exists)
     // until it holds or timeoutMs passes. Returns the condition's last result.
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000);
+    // Lets queued Qt and X events run for a while.
+    static void pump(int milliseconds) { waitUntil([] { return false; }, milliseconds); }
 
     // Records a failure (lastError(), stderr, and ADD_FAILURE inside a running test).
     bool fail(const QString& message);

@@ -1,6 +1,5 @@
 #include "GestureDriver.h"
 
-#include "../../x11/WindowsX11Support.h"
 #include "OverlayProbe.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
@@ -35,12 +34,12 @@ bool GestureDriver::isValid() const
 
 void GestureDriver::pump(int milliseconds)
 {
-    WindowsX11::pump(milliseconds);
+    VirtualDesktop::pump(milliseconds);
 }
 
 std::optional<QRect> GestureDriver::frameOf(xcb_window_t window)
 {
-    return WindowsX11::visibleFrame(m_desktop, window);
+    return m_desktop.visibleFrame(window);
 }
 
 std::optional<QPoint> GestureDriver::titleBarPoint(xcb_window_t window)
