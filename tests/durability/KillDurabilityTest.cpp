@@ -224,28 +224,3 @@ TEST(KillDuringWrites, SettingsFileIsAlwaysWholeAndTheNextStartReadsIt)
     // Without kills that interrupt writes this test would prove nothing.
     EXPECT_GE(killsMidWrite, (kKills - killsWhileStarting) / 2) << "too few kills landed during a write";
 }
-
-// The check above must be able to fail: a file cut short, or one variant's catalogue
-// under the other's gap, is neither variant.
-TEST(KillDuringWrites, TornOrMixedFilesAreRecognised)
-{
-    QTemporaryDir directory;
-    ASSERT_TRUE(directory.isValid());
-    const QString path = directory.filePath(QStringLiteral("parqueta.json"));
-    const auto write = [&](const QByteArray& data) {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
-    };
-    const QByteArray whole = QJsonDocument(DurabilityCatalogue::fileEntries(Variant::B)).toJson();
-
-    ASSERT_TRUE(write(whole));
-    EXPECT_EQ(variantInFile(path), QStringLiteral("B"));
-    ASSERT_TRUE(write(whole.left(whole.size() / 2)));
-    EXPECT_TRUE(variantInFile(path).contains(QLatin1String("does not parse")));
-    ASSERT_TRUE(write({}));
-    EXPECT_TRUE(variantInFile(path).contains(QLatin1String("is empty")));
-    QJsonObject mixed = DurabilityCatalogue::fileEntries(Variant::B);
-    mixed.insert(QLatin1String(Keys::gapSize.storedKey), DurabilityCatalogue::gapSize(Variant::A));
-    ASSERT_TRUE(write(QJsonDocument(mixed).toJson()));
-    EXPECT_TRUE(variantInFile(path).contains(QLatin1String("neither variant")));
-}

@@ -164,17 +164,4 @@ TEST_F(OverlayX11Test, WithoutCompositorTheWindowBeneathStaysVisibleClickableAnd
     EXPECT_EQ(desktop.deepestWindowUnderPointer(), client);
 }
 
-TEST_F(OverlayX11Test, WithCompositorTheBackdropIsTranslucent)
-{
-    ASSERT_TRUE(desktop.startWindowManager(WindowManagerKind::Openbox));
-    ASSERT_TRUE(desktop.startCompositor(CompositorKind::Xcompmgr));
-    X11DesktopEffects effects(connection);
-    ASSERT_TRUE(effects.overlaysCanBeTranslucent());
-    const std::unique_ptr<ZonesWindow> overlay = showOverWindow(effects);
-    EXPECT_TRUE(overlay->mask().isEmpty());
-    // The half-transparent light backdrop over white, not over black.
-    EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return near(screenPixel(kInZoneOne), QColor(248, 248, 253), 6); }))
-        << qPrintable(screenPixel(kInZoneOne).name());
-}
-
 } // namespace

@@ -121,25 +121,6 @@ TEST_F(ScreensX11Test, PanelStartedLaterShrinksOnlyItsMonitorAndGivesItBack)
     EXPECT_FALSE(session.flags.isEmpty());
 }
 
-// The strut is read by Parqueta itself, so every window manager gives the same frames.
-TEST_F(ScreensX11Test, VisibleFramesAgreeUnderEveryWindowManager)
-{
-    for (WindowManagerKind kind : {WindowManagerKind::Metacity, WindowManagerKind::Xfwm4}) {
-        SCOPED_TRACE(static_cast<int>(kind));
-        ASSERT_TRUE(desktop.startWindowManager(kind));
-        ASSERT_TRUE(desktop.startPanel(1));
-        X11Connection connection;
-        X11DisplayServer displays(connection);
-        const QRectF rightVisible(1280, 0, 1280, 1080 - kPanel);
-        EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return displays.displays().value(1).visibleFrame == rightVisible; }));
-        const QList<DisplayInfo> list = displays.displays();
-        ASSERT_EQ(list.size(), 2);
-        EXPECT_EQ(list[0].visibleFrame, kLeft);
-        EXPECT_EQ(list[1].visibleFrame, rightVisible);
-        desktop.stopPanel();
-    }
-}
-
 TEST_F(ScreensX11Test, DeletingAMonitorReconfiguresAndKeepsItsStoredScreen)
 {
     Session session(settingsFile);
@@ -161,21 +142,6 @@ TEST_F(ScreensX11Test, DeletingAMonitorReconfiguresAndKeepsItsStoredScreen)
     ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return session.screens.screens().size() == 2; }));
     EXPECT_EQ(session.screens.screens(), before) << "RIGHT comes back as the same screen";
     EXPECT_FALSE(session.flags.isEmpty());
-}
-
-TEST_F(ScreensX11Test, PointerLocationFindsTheScreenUnderTheMouse)
-{
-    Session session(settingsFile);
-    XTestInput input;
-    ASSERT_TRUE(input.isValid());
-    input.moveTo(2000, 500);
-    EXPECT_EQ(session.displays.pointerLocation(), QPointF(2000, 500));
-    ASSERT_TRUE(session.screens.screenWithMouse().has_value());
-    EXPECT_EQ(session.screens.screenWithMouse()->name(), QStringLiteral("RIGHT"));
-    input.moveTo(1280, 0);
-    EXPECT_EQ(session.screens.screenWithMouse()->name(), QStringLiteral("RIGHT")) << "shared edge";
-    input.moveTo(1279, 1079);
-    EXPECT_EQ(session.screens.screenWithMouse()->name(), QStringLiteral("LEFT"));
 }
 
 TEST_F(ScreensX11Test, PointerIsReadOncePerHandledEventAndAfreshOutsideOne)

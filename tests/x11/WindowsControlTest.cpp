@@ -78,84 +78,11 @@ TEST_P(SetFrameTest, MaximizedWindowIsReleasedAndPlacedExactly)
     EXPECT_FALSE(hasState(desktop, plain, "_NET_WM_STATE_MAXIMIZED_HORZ"));
 }
 
-TEST_P(SetFrameTest, SetSizeKeepsTheTopLeftCorner)
-{
-    ASSERT_TRUE(desktop.startWindowManager(GetParam()));
-    const xcb_window_t plain = desktop.startPlainWindow(QStringLiteral("resize"), QRect(300, 200, 400, 300));
-    ASSERT_NE(plain, XCB_WINDOW_NONE);
-    const WindowPtr window = recordFor(plain);
-    ASSERT_TRUE(window);
-    windows.setFrame(*window, QRect(50, 80, 500, 400));
-    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return visibleFrame(desktop, plain) == QRect(50, 80, 500, 400); }));
-
-    windows.setSize(*window, QSize(700, 350));
-    EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return visibleFrame(desktop, plain) == QRect(50, 80, 700, 350); }))
-        << wmName(GetParam()) << ": got " << ::testing::PrintToString(visibleFrame(desktop, plain).value_or(QRect()));
-}
-
 INSTANTIATE_TEST_SUITE_P(WindowManagers, SetFrameTest,
     ::testing::Values(WindowManagerKind::Openbox, WindowManagerKind::Xfwm4, WindowManagerKind::Metacity),
     [](const auto& param) { return std::string(wmName(param.param)); });
 
 // --- Terminals, lookups, focus, types, vanished windows (openbox) ------------------------
-
-TEST_F(WindowControlTest, TerminalKeepsTheSizeItAcceptedAtTheRequestedPosition)
-{
-    ASSERT_TRUE(desktop.startWindowManager(WindowManagerKind::Openbox));
-    const xcb_window_t xterm = desktop.startXterm(QStringLiteral("rounding"));
-    ASSERT_NE(xterm, XCB_WINDOW_NONE);
-    const WindowPtr window = recordFor(xterm);
-    ASSERT_TRUE(window);
-
-    const QRect target(20, 40, 640, 1040);
-    windows.setFrame(*window, target);
-    ASSERT_TRUE(VirtualDesktop::waitUntil([&] {
-        const auto frame = visibleFrame(desktop, xterm);
-        return frame && frame->topLeft() == target.topLeft() && frame->width() > 600 && frame->height() > 1000;
-    }));
-    const QRect frame = *visibleFrame(desktop, xterm);
-    // Character cells: never larger than asked, less than one cell (6x13) smaller.
-    EXPECT_LE(frame.width(), target.width());
-    EXPECT_GT(frame.width(), target.width() - 6);
-    EXPECT_LE(frame.height(), target.height());
-    EXPECT_GT(frame.height(), target.height() - 13);
-}
-
-TEST_F(WindowControlTest, WindowAtCursorThroughAClickIntoAChildWidget)
-{
-    ASSERT_TRUE(desktop.startWindowManager(WindowManagerKind::Openbox));
-    const xcb_window_t behind = desktop.startPlainWindow(QStringLiteral("behind"), QRect(100, 100, 900, 700));
-    const xcb_window_t xterm = desktop.startXterm(QStringLiteral("child widget"));
-    ASSERT_NE(behind, XCB_WINDOW_NONE);
-    ASSERT_NE(xterm, XCB_WINDOW_NONE);
-    const WindowPtr xtermRecord = recordFor(xterm);
-    ASSERT_TRUE(xtermRecord);
-    windows.setFrame(*xtermRecord, QRect(300, 300, 500, 400));
-    ASSERT_TRUE(VirtualDesktop::waitUntil([&] {
-        const auto frame = visibleFrame(desktop, xterm);
-        return frame && frame->topLeft() == QPoint(300, 300);
-    }));
-    windows.focus(*xtermRecord);
-
-    XTestInput input;
-    ASSERT_TRUE(input.isValid());
-    const QRect client = *desktop.clientGeometry(xterm);
-    input.moveTo(client.center().x(), client.center().y());
-    input.click(1);
-    // The pointer is over xterm's text widget, a child of the client window.
-    ASSERT_NE(desktop.deepestWindowUnderPointer(), xterm);
-
-    const WindowPtr atCursor = windows.getWindowAtCursor();
-    ASSERT_TRUE(atCursor);
-    EXPECT_EQ(atCursor->id(), xterm);
-    EXPECT_EQ(windows.appName(*atCursor), QStringLiteral("XTerm"));
-
-    // Over the window behind it, outside the terminal.
-    input.moveTo(150, 400);
-    const WindowPtr other = windows.getWindowAtCursor();
-    ASSERT_TRUE(other);
-    EXPECT_EQ(other->id(), behind);
-}
 
 TEST_F(WindowControlTest, WindowAtCursorLooksThroughWindowsThatAreNoClients)
 {

@@ -15,15 +15,6 @@ TEST(Logging, LineCarriesTimeLevelFileFunctionLineAndMessage)
     EXPECT_TRUE(pattern.match(line).hasMatch()) << line.toStdString();
 }
 
-TEST(Logging, PointerReturnTypesAndMissingContextStayReadable)
-{
-    const QMessageLogContext pointerReturn("Window.cpp", 7, "static Window* WindowManager::getFocusedWindow()", "x");
-    EXPECT_TRUE(Logging::formatMessage(QtDebugMsg, pointerReturn, QStringLiteral("m"))
-                    .endsWith(QStringLiteral("DEBUG Window.cpp WindowManager::getFocusedWindow:7 - m")));
-    const QMessageLogContext empty;
-    EXPECT_TRUE(Logging::formatMessage(QtWarningMsg, empty, QStringLiteral("m")).contains(QStringLiteral("WARNING ? ?:0 - m")));
-}
-
 namespace {
 struct Recorder
 {

@@ -139,30 +139,6 @@ INSTANTIATE_TEST_SUITE_P(ZoneGesture, GestureTableTest,
         Row {"NothingOutsideADrag", false, "S s R begin end S s R [off]", "end #7"}),
     [](const ::testing::TestParamInfo<Row>& row) { return std::string(row.param.name); });
 
-TEST_F(ZoneGestureTest, ObserversHearInRegistrationOrderOnceEach)
-{
-    RecordingGestureObserver second;
-    QStringList order;
-    struct Marker final : ZoneGestureObserver
-    {
-        Marker(QStringList* o, const char* n)
-            : order(o)
-            , name(QString::fromLatin1(n))
-        { }
-        void zoneGestureDidStart(const ZoneGestureEvent&) override { *order << name; }
-        QStringList* order;
-        QString name;
-    } a(&order, "a"), b(&order, "b");
-    gestures.addObserver(&second);
-    gestures.addObserver(&a);
-    gestures.addObserver(&b);
-    gestures.addObserver(&a); // moves to the end, never twice
-    gestures.removeObserver(&second);
-    play("begin R end");
-    EXPECT_EQ(order, (QStringList {"b", "a"}));
-    EXPECT_TRUE(second.log.isEmpty());
-}
-
 TEST_F(ZoneGestureTest, StopMonitoringMidGestureCancelsAndSilencesTheRest)
 {
     QList<bool> changes;

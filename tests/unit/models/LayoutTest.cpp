@@ -110,19 +110,6 @@ TEST(LayoutChanges, ResetCollapsesAtTheOldSizeAndResizesTheRootSilently)
     EXPECT_EQ(zoneRects(*layout), (Rects {{0, 0, 1200, 800}}));
 }
 
-TEST(LayoutIdentity, EqualByIdWhateverTheTreeAndTextIsUpperCase)
-{
-    const QUuid id = QUuid::fromString(QStringLiteral("6f1c2a9e-3b4d-4e5f-8a7b-9c0d1e2f3a4b"));
-    const auto a = Layout::create(SplitNode::create(0, 0, 100, 100), id);
-    const auto b = defaultLayout(DefaultLayoutType::rightT, kScreen, connected());
-    const auto c = Layout::create(b->root(), id);
-    EXPECT_FALSE(*a == *b);
-    EXPECT_TRUE(*a == *c);
-    EXPECT_TRUE(sameLayout(a, c));
-    EXPECT_FALSE(sameLayout(a, nullptr));
-    EXPECT_EQ(a->idText(), QStringLiteral("6F1C2A9E-3B4D-4E5F-8A7B-9C0D1E2F3A4B"));
-}
-
 TEST(LayoutLifetime, TreeOutlivingItsLayoutStaysUsable)
 {
     SplitNode::Ptr root;

@@ -2,7 +2,6 @@
 
 #include "core/MemorySettingsBackend.h"
 
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPalette>
 
@@ -16,30 +15,6 @@ std::unique_ptr<Settings> memoryStore()
 }
 
 } // namespace
-
-TEST(SettingsDefaults, FreshStoreReadsTheDocumentedDefaultsWithoutWritingAFile)
-{
-    ConfigHome config;
-    const auto settings = config.open();
-    EXPECT_TRUE(settings->value(Keys::firstRun));
-    EXPECT_TRUE(settings->value(Keys::automaticUpdates));
-    EXPECT_FALSE(settings->value(Keys::betaUpdates));
-    EXPECT_FALSE(settings->value(Keys::launchAtLogin));
-    EXPECT_FALSE(settings->value(Keys::hideMenuBarIcon));
-    EXPECT_TRUE(settings->value(Keys::restoreSizeOnUnsnap));
-    EXPECT_TRUE(settings->value(Keys::spanAdjancedZones));
-    EXPECT_EQ(settings->value(Keys::autoSpanDistance), 40.0);
-    EXPECT_FALSE(settings->value(Keys::holdShiftToSnap));
-    EXPECT_FALSE(settings->value(Keys::enableGaps));
-    EXPECT_EQ(settings->value(Keys::gapSize), 10.0);
-    EXPECT_EQ(settings->effectiveGap(), 0.0);
-    EXPECT_TRUE(settings->value(Keys::useSystemAccentColor));
-    EXPECT_TRUE(settings->blobs(Keys::screens).isEmpty());
-    EXPECT_TRUE(settings->blobLists(Keys::layouts).isEmpty());
-    EXPECT_TRUE(settings->strings(Keys::activeLayouts).isEmpty());
-    EXPECT_TRUE(settings->sync());
-    EXPECT_FALSE(QFileInfo::exists(config.file())) << "reading defaults must not write them";
-}
 
 TEST(SettingsDefaults, ColourDefaultsFollowTheAccentColourAtEachRead)
 {

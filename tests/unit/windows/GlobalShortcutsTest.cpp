@@ -26,28 +26,6 @@ protected:
     std::unique_ptr<GlobalShortcuts> shortcuts = makeShortcuts();
 };
 
-TEST_F(GlobalShortcutsTest, DefaultsUseThePlatformsPrimaryModifiers)
-{
-    const auto mac = GlobalShortcuts::defaultShortcuts(Qt::MetaModifier | Qt::AltModifier);
-    ASSERT_EQ(mac.size(), 6u);
-    QStringList names;
-    for (const auto& [name, combination] : mac)
-        names << name;
-    EXPECT_EQ(names,
-        (QStringList {"cycleWindowLeft", "cycleWindowRight", "cycleWindowNext", "cycleWindowPrev", "spanWindowLeft",
-            "spanWindowRight"}));
-    EXPECT_EQ(mac[2].second, KeyCombination(Qt::MetaModifier | Qt::AltModifier, Qt::Key_Up));
-    EXPECT_EQ(mac[3].second, KeyCombination(Qt::MetaModifier | Qt::AltModifier, Qt::Key_Down));
-    EXPECT_EQ(mac[5].second, KeyCombination(Qt::MetaModifier | Qt::AltModifier | Qt::ShiftModifier, Qt::Key_Right));
-
-    shortcuts->registerDefaultShortcuts();
-    EXPECT_EQ(backend.grabbed().size(), 6);
-    EXPECT_EQ(shortcuts->shortcut(ShortcutNames::cycleWindowLeft), std::optional<KeyCombination>(kLeft));
-    EXPECT_EQ(shortcuts->shortcut(ShortcutNames::spanWindowLeft), std::optional<KeyCombination>(kSpanLeft));
-    EXPECT_TRUE(backend.isGrabbed(KeyCombination(kLinux, Qt::Key_Down)));
-    EXPECT_TRUE(stored().isEmpty()); // defaults are not the user's choice
-}
-
 TEST_F(GlobalShortcutsTest, PressCallsTheNamesHandlersInOrderWhileEnabled)
 {
     shortcuts->registerDefaultShortcuts();

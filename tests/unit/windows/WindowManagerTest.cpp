@@ -82,24 +82,6 @@ TEST_F(WindowManagerTest, ClosedWindowGivesAbsentValuesAndIgnoresWrites)
     EXPECT_FALSE(control.frameOf(2));
 }
 
-TEST_F(WindowManagerTest, ReadsAndWritesGoToTheWindowOfTheRecord)
-{
-    control.setWindowAtCursor(2);
-    const WindowPtr window = windows.getWindowAtCursor();
-    ASSERT_TRUE(window);
-    EXPECT_EQ(windows.getPosition(*window), std::optional<QPointF>(QPointF(1400, 100)));
-    EXPECT_EQ(windows.getSize(*window), std::optional<QSizeF>(QSizeF(500, 400)));
-
-    windows.setFrame(*window, QRectF(1280, 0, 640, 1080));
-    EXPECT_EQ(control.frameOf(2), std::optional<QRectF>(QRectF(1280, 0, 640, 1080)));
-    windows.setSize(*window, QSizeF(500, 400));
-    EXPECT_EQ(control.frameOf(2), std::optional<QRectF>(QRectF(1280, 0, 500, 400)));
-    EXPECT_EQ(control.frameOf(1), std::optional<QRectF>(QRectF(0, 0, 800, 600)));
-
-    EXPECT_TRUE(windows.focus(*window));
-    EXPECT_EQ(control.focusedId(), std::optional<quint32>(2));
-}
-
 TEST_F(WindowManagerTest, ScreenFollowsTheWindowsCurrentFrame)
 {
     control.setFocused(1);
@@ -122,28 +104,6 @@ TEST_F(WindowManagerTest, AppNameAndIdentifierFallBackToFixedTexts)
     EXPECT_EQ(windows.appName(*window), Window::unknownAppName());
     EXPECT_EQ(windows.appIdentifier(*window), Window::unknownAppIdentifier());
     EXPECT_FALSE(Window::unknownAppName().isEmpty());
-}
-
-TEST_F(WindowManagerTest, SimulatedWindowsRoundRefuseAndRespectMinimumSizes)
-{
-    // The fake's stubborn windows are what the snapping tests rely on: pin them down.
-    control.window(1)->sizeStep = QSizeF(6, 13);
-    control.window(2)->refusesSize = true;
-    control.setFocused(1);
-    const WindowPtr terminal = windows.getFocusedWindow();
-    windows.setFrame(*terminal, QRectF(0, 0, 640, 1040));
-    EXPECT_EQ(control.frameOf(1), std::optional<QRectF>(QRectF(0, 0, 636, 1040)));
-
-    control.setFocused(2);
-    const WindowPtr fixed = windows.getFocusedWindow();
-    windows.setFrame(*fixed, QRectF(0, 0, 640, 1040));
-    EXPECT_EQ(control.frameOf(2), std::optional<QRectF>(QRectF(0, 0, 500, 400)));
-
-    control.window(1)->sizeStep = QSizeF();
-    control.window(1)->minimumSize = QSizeF(200, 150);
-    windows.setSize(*terminal, QSizeF(100, 100));
-    EXPECT_EQ(control.frameOf(1)->size(), QSizeF(200, 150));
-    EXPECT_EQ(control.calls(QStringList {"setFrame", "setSize"}).size(), 3);
 }
 
 } // namespace
