@@ -187,6 +187,27 @@ void X11Connection::dispatch(xcb_generic_event_t* event)
     --m_dispatchDepth;
 }
 
+std::optional<X11Connection::PointerReading> X11Connection::queryPointer() const
+{
+    if (!isValid())
+        return std::nullopt;
+    const bool inEvent = m_dispatchDepth > 0;
+    if (inEvent && m_pointerOfEvent && m_pointerOfEvent->first == m_dispatchSerial)
+        return m_pointerOfEvent->second;
+    xcb_generic_error_t* error = nullptr;
+    xcb_query_pointer_reply_t* reply
+        = xcb_query_pointer_reply(m_connection, xcb_query_pointer(m_connection, root()), &error);
+    if (!reply) {
+        checkError(error, "QueryPointer");
+        return std::nullopt;
+    }
+    const PointerReading reading {QPointF(reply->root_x, reply->root_y), reply->mask, reply->child};
+    std::free(reply);
+    if (inEvent)
+        m_pointerOfEvent = std::make_pair(m_dispatchSerial, reading);
+    return reading;
+}
+
 void X11Connection::checkConnection()
 {
     if (m_failed || !m_connection || !xcb_connection_has_error(m_connection))

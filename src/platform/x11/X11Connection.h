@@ -3,11 +3,14 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QPointF>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
 class QSocketNotifier;
@@ -66,10 +69,19 @@ public:
     // Round trip to the server: every earlier request has been handled afterwards.
     void sync();
 
-    // The event being handled: a serial that changes with every dispatched event, valid
-    // while isDispatching(). Lets a reader keep one answer for the whole of one event.
-    bool isDispatching() const { return m_dispatchDepth > 0; }
-    quint64 dispatchSerial() const { return m_dispatchSerial; }
+    // The pointer as the server reports it: root position, button and modifier mask,
+    // and the root's child under it.
+    struct PointerReading
+    {
+        QPointF position;
+        uint16_t mask = 0;
+        xcb_window_t child = XCB_WINDOW_NONE;
+    };
+    // Outside event handling every call asks the server. While an event is dispatched
+    // the first answer is kept for the rest of that event: during a drag step the drag
+    // monitor, the gesture and every zone of every screen ask, and they must all see
+    // one position for one round trip.
+    std::optional<PointerReading> queryPointer() const;
 
     // Logs an X error that came back from a checked request or a failed reply.
     // Returns true when there was an error.
@@ -100,4 +112,6 @@ private:
     QSocketNotifier* m_notifier = nullptr;
     int m_dispatchDepth = 0;
     quint64 m_dispatchSerial = 0;
+    // The reading kept for the event with this dispatch serial.
+    mutable std::optional<std::pair<quint64, PointerReading>> m_pointerOfEvent;
 };

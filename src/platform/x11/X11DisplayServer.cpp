@@ -80,24 +80,10 @@ X11DisplayServer::~X11DisplayServer()
 
 QPointF X11DisplayServer::pointerLocation() const
 {
-    if (!m_connection.isValid())
-        return {};
-    // During a drag step every zone of every screen asks: one round trip per event
-    // handled, and every zone tested against the same position.
-    const bool inEvent = m_connection.isDispatching();
-    if (inEvent && m_pointerOfEvent && m_pointerOfEvent->first == m_connection.dispatchSerial())
-        return m_pointerOfEvent->second;
-    xcb_connection_t* c = m_connection.connection();
-    Reply<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(c, xcb_query_pointer(c, m_connection.root()), nullptr));
-    if (!reply) {
-        qCDebug(lcX11) << "Cannot read the pointer position";
-        return {};
-    }
-    const QPointF position(reply->root_x, reply->root_y);
-    if (inEvent)
-        m_pointerOfEvent = std::make_pair(m_connection.dispatchSerial(), position);
-    return position;
+    if (const std::optional<X11Connection::PointerReading> pointer = m_connection.queryPointer())
+        return pointer->position;
+    qCDebug(lcX11) << "Cannot read the pointer position";
+    return {};
 }
 
 bool X11DisplayServer::refresh()

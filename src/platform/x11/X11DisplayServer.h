@@ -7,8 +7,6 @@
 #include <QSet>
 #include <QTimer>
 
-#include <optional>
-#include <utility>
 
 // The displays of an X11 desktop: one per RandR 1.5 monitor (primary first, then the
 // server's order), each with a visible frame that leaves out the panels and docks on
@@ -63,6 +61,4 @@ private:
     QTimer m_refreshTimer;
     uint8_t m_randrEventBase = 0;
     bool m_randrAvailable = false;
-    // The pointer as read while handling the event with this dispatch serial.
-    mutable std::optional<std::pair<quint64, QPointF>> m_pointerOfEvent;
 };

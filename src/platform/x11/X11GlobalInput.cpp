@@ -58,7 +58,6 @@ bool X11GlobalInput::startListening()
     m_connection.addEventHandler(this);
     m_listening = true;
     m_leftDown = false;
-    m_pointer.reset();
     const std::optional<PointerState> state = queryPointer();
     m_modifiers = state ? m_keys.modifiersFromMask(state->mask) : Qt::KeyboardModifiers();
     m_leftDown = state && (state->mask & XCB_BUTTON_MASK_1);
@@ -73,7 +72,6 @@ void X11GlobalInput::stopListening()
     m_listening = false;
     m_connection.removeEventHandler(this);
     selectRawEvents(0);
-    m_pointer.reset();
 }
 
 bool X11GlobalInput::selectRawEvents(uint32_t mask)
@@ -96,18 +94,10 @@ bool X11GlobalInput::selectRawEvents(uint32_t mask)
 
 std::optional<X11GlobalInput::PointerState> X11GlobalInput::queryPointer() const
 {
-    if (!m_connection.isValid())
+    const std::optional<X11Connection::PointerReading> pointer = m_connection.queryPointer();
+    if (!pointer)
         return std::nullopt;
-    xcb_connection_t* c = m_connection.connection();
-    xcb_generic_error_t* error = nullptr;
-    xcb_query_pointer_reply_t* reply = xcb_query_pointer_reply(c, xcb_query_pointer(c, m_connection.root()), &error);
-    if (!reply) {
-        m_connection.checkError(error, "QueryPointer");
-        return std::nullopt;
-    }
-    PointerState state {QPointF(reply->root_x, reply->root_y), reply->mask};
-    std::free(reply);
-    return state;
+    return PointerState {pointer->position, pointer->mask};
 }
 
 void X11GlobalInput::readButtonMapping()
@@ -139,19 +129,18 @@ Qt::KeyboardModifiers X11GlobalInput::currentModifiers() const
 
 QPointF X11GlobalInput::pointerLocation() const
 {
-    if (!m_pointer || !m_listening)
-        m_pointer = queryPointer();
-    return m_pointer ? m_pointer->location : QPointF();
+    const std::optional<PointerState> state = queryPointer();
+    return state ? state->location : QPointF();
 }
 
 void X11GlobalInput::updateModifiers()
 {
     // The server has finished with the key event by the time it answers this query,
     // so the mask already includes (or no longer includes) the key.
-    m_pointer = queryPointer();
-    if (!m_pointer)
+    const std::optional<PointerState> state = queryPointer();
+    if (!state)
         return;
-    const Qt::KeyboardModifiers modifiers = m_keys.modifiersFromMask(m_pointer->mask);
+    const Qt::KeyboardModifiers modifiers = m_keys.modifiersFromMask(state->mask);
     if (modifiers == m_modifiers)
         return;
     m_modifiers = modifiers;
@@ -172,7 +161,6 @@ bool X11GlobalInput::handleX11Event(xcb_generic_event_t* event)
     if (generic->extension != m_opcode)
         return false;
 
-    m_pointer.reset();
     switch (generic->event_type) {
     case XCB_INPUT_RAW_MOTION:
         if (m_leftDown)

@@ -48,6 +48,4 @@ private:
     Qt::KeyboardModifiers m_modifiers;
     // Physical button -> logical button (left-handed setups swap 1 and 3).
     std::vector<uint8_t> m_buttonMap;
-    // The pointer as the server reported it since the last event; cleared by every event.
-    mutable std::optional<PointerState> m_pointer;
 };

@@ -372,9 +372,7 @@ WindowControl::Handle X11WindowControl::windowAtCursor()
     if (!m_connection.isValid())
         return nullptr;
     xcb_connection_t* c = m_connection.connection();
-    xcb_generic_error_t* error = nullptr;
-    const auto pointer = take(m_connection,
-        xcb_query_pointer_reply(c, xcb_query_pointer(c, m_connection.root()), &error), error, "QueryPointer");
+    const std::optional<X11Connection::PointerReading> pointer = m_connection.queryPointer();
     if (!pointer)
         return nullptr;
     if (pointer->child != XCB_WINDOW_NONE) {
@@ -391,7 +389,7 @@ WindowControl::Handle X11WindowControl::windowAtCursor()
                 return handleFor(pointer->child);
         }
     }
-    return handleFor(topmostClientAt(QPoint(pointer->root_x, pointer->root_y)));
+    return handleFor(topmostClientAt(pointer->position.toPoint()));
 }
 
 // ---------------------------------------------------------------------------------------
