@@ -16,6 +16,8 @@
 #include "platform/HotkeyBackend.h"
 #include "platform/Platform.h"
 #include "views/AboutWindow.h"
+#include "views/LayoutBordersWindow.h"
+#include "views/ZoneEditorManager.h"
 #include "views/ZoneManagerOverlayEngine.h"
 #include "views/ZonesOverlayFactory.h"
 
@@ -55,6 +57,17 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_overlayEngine = std::make_unique<ZoneManagerOverlayEngine>(*m_zones, *m_gestureMonitor);
     m_overlays->setEngine(m_overlayEngine.get());
     m_zoneMonitor = std::make_unique<ZoneMonitor>(*m_zones, *m_dragMonitor);
+    m_editors = std::make_unique<ZoneEditorManager>(*m_layouts, *m_screens, settings, platform.desktopEffects());
+
+    connect(m_statusMenu.get(), &StatusMenu::editorRequested, this, &Application::openEditorUnderPointer);
+    connect(m_layouts.get(), &LayoutManager::layoutBordersRequested, this, &Application::flashLayoutBorders);
+    // Windows follow their zones when a layout changes shape or another one takes over.
+    connect(m_editors.get(), &ZoneEditorManager::editorClosed, this,
+            [this](const Screen& screen, const std::shared_ptr<Layout>& layout) {
+                if (sameLayout(m_layouts->activeFor(screen), layout))
+                    m_zones->moveWindowsToZones(layout);
+            });
+    connect(m_layouts.get(), &LayoutManager::activeLayoutChanged, m_zones.get(), &ZoneManager::moveWindowsToZones);
 
     connect(m_statusMenu.get(), &StatusMenu::aboutRequested, this, &Application::showAbout);
     connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &Application::quit);
@@ -117,6 +130,23 @@ void Application::reopen()
     showAbout();
 }
 
+void Application::openEditorUnderPointer()
+{
+    const std::optional<Screen> screen = m_screens->screenWithMouse();
+    if (!screen) {
+        qCInfo(lcApp) << "No screen under the pointer to edit";
+        return;
+    }
+    m_editors->showEditor(*screen, m_layouts->activeFor(*screen));
+}
+
+void Application::flashLayoutBorders(const std::shared_ptr<Layout>& layout)
+{
+    if (LayoutBordersWindow* window
+        = LayoutBordersWindow::create(layout, *m_screens, m_settings, m_platform.desktopEffects()))
+        window->flash();
+}
+
 void Application::showAbout()
 {
     if (!m_about)
@@ -151,6 +181,8 @@ void Application::shutDown()
         return;
     m_shutDown = true;
     qCInfo(lcApp) << "Shutting down";
+    // An editor open at quit keeps what was done in it.
+    m_editors->closeAll();
     m_zones->removeOverlayWindows();
     m_gestureMonitor->stopMonitoring();
     m_zoneMonitor->stopMonitoring();

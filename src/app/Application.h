@@ -16,6 +16,7 @@ class WindowDragMonitor;
 class WindowManager;
 class ZoneGestureMonitor;
 class ZoneManager;
+class ZoneEditorManager;
 class ZoneManagerOverlayEngine;
 class ZoneMonitor;
 class ZonesOverlayFactory;
@@ -44,6 +45,8 @@ public:
     void start();
     // A later launch asked this instance to come forward.
     void reopen();
+    // The zone editor for the screen under the pointer and its active layout.
+    void openEditorUnderPointer();
     // Overlays gone, monitors stopped, grabs released, settings flushed; then the event
     // loop ends. Safe to call more than once.
     void quit();
@@ -51,12 +54,14 @@ public:
     ScreenManager& screenManager() const { return *m_screens; }
     LayoutManager& layoutManager() const { return *m_layouts; }
     ZoneManager& zoneManager() const { return *m_zones; }
+    ZoneEditorManager& editorManager() const { return *m_editors; }
 
 private:
     void shutDown();
     void handleDisplayReconfiguration();
     void giveEveryScreenALayout();
     void showAbout();
+    void flashLayoutBorders(const std::shared_ptr<class Layout>& layout);
     void queueShortcutNotice(const QString& notice);
     void flushShortcutNotices();
 
@@ -77,6 +82,7 @@ private:
     std::unique_ptr<ZoneManager> m_zones;
     std::unique_ptr<ZoneManagerOverlayEngine> m_overlayEngine;
     std::unique_ptr<ZoneMonitor> m_zoneMonitor;
+    std::unique_ptr<ZoneEditorManager> m_editors;
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<AboutWindow> m_about;
 };

@@ -10,6 +10,7 @@
 
 namespace {
 const QByteArray kReopen = QByteArrayLiteral("reopen\n");
+const QByteArray kEditLayout = QByteArrayLiteral("edit-layout\n");
 const QByteArray kAcknowledged = QByteArrayLiteral("ok\n");
 constexpr int kTimeoutMs = 1000;
 } // namespace
@@ -30,13 +31,13 @@ QString SingleInstance::defaultKey()
         + QString::fromLatin1(QCryptographicHash::hash(session, QCryptographicHash::Sha1).toHex().left(16));
 }
 
-bool SingleInstance::notifyRunningInstance()
+bool SingleInstance::notifyRunningInstance(Request request)
 {
     QLocalSocket socket;
     socket.connectToServer(m_key);
     if (!socket.waitForConnected(kTimeoutMs))
         return false;
-    socket.write(kReopen);
+    socket.write(request == Request::editLayout ? kEditLayout : kReopen);
     if (!socket.waitForBytesWritten(kTimeoutMs))
         return false;
     // Wait for the answer so a dead listener whose socket file lingers is not mistaken
@@ -69,10 +70,16 @@ void SingleInstance::acceptConnections()
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
             if (!socket->canReadLine())
                 return;
-            if (socket->readLine() == kReopen) {
+            const QByteArray line = socket->readLine();
+            if (line == kReopen || line == kEditLayout) {
                 socket->write(kAcknowledged);
                 socket->flush();
-                Q_EMIT reopenRequested();
+                if (line == kEditLayout)
+                    Q_EMIT editLayoutRequested();
+                else
+                    Q_EMIT reopenRequested();
+            } else {
+                qCWarning(lcApp) << "Ignored a malformed request from a later launch:" << line.left(64);
             }
             socket->disconnectFromServer();
         });

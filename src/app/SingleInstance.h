@@ -16,8 +16,11 @@ public:
     explicit SingleInstance(QString key = defaultKey(), QObject* parent = nullptr);
     ~SingleInstance() override;
 
-    // True when another instance answered and took the reopen request: exit now.
-    bool notifyRunningInstance();
+    // What a later launch asks of the running instance.
+    enum class Request { reopen, editLayout };
+
+    // True when another instance answered and took the request: exit now.
+    bool notifyRunningInstance(Request request = Request::reopen);
     // Starts listening; false (logged) when the socket cannot be created.
     bool listen();
 
@@ -26,6 +29,8 @@ public:
 Q_SIGNALS:
     // A later launch asked this instance to come forward.
     void reopenRequested();
+    // A later launch with --edit-layout: open the zone editor under the pointer.
+    void editLayoutRequested();
 
 private:
     void acceptConnections();

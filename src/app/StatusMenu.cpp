@@ -19,6 +19,11 @@ StatusMenu::StatusMenu(Settings& settings, QString communityUrl, QObject* parent
     m_menu = new QMenu();
     m_menu->setObjectName(QStringLiteral("statusMenu"));
 
+    QAction* editor = m_menu->addAction(tr("Open layout editor…"));
+    editor->setObjectName(QStringLiteral("openLayoutEditor"));
+    connect(editor, &QAction::triggered, this, &StatusMenu::editorRequested);
+    m_menu->addSeparator();
+
     QAction* version = m_menu->addAction(tr("Version %1").arg(QApplication::applicationVersion()));
     version->setEnabled(false); // shown in the secondary (disabled) style, does nothing
 

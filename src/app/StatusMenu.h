@@ -26,6 +26,7 @@ public:
     void notify(const QString& title, const QString& message);
 
 Q_SIGNALS:
+    void editorRequested();
     void aboutRequested();
     void quitRequested();
 

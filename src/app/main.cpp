@@ -26,11 +26,16 @@ int main(int argc, char** argv)
     const QCommandLineOption loginItem(QStringLiteral("login-item"),
                                        QStringLiteral("Started by the session at login: open no window."));
     parser.addOption(loginItem);
+    const QCommandLineOption editLayout(QStringLiteral("edit-layout"),
+                                        QStringLiteral("Open the layout editor for the screen under the pointer."));
+    parser.addOption(editLayout);
     parser.process(app);
 
     SingleInstance instance;
-    if (instance.notifyRunningInstance()) {
-        qCInfo(lcApp) << "Parqueta is already running; asked it to come forward";
+    const bool wantsEditor = parser.isSet(editLayout);
+    if (instance.notifyRunningInstance(wantsEditor ? SingleInstance::Request::editLayout
+                                                   : SingleInstance::Request::reopen)) {
+        qCInfo(lcApp) << "Parqueta is already running; passed the request on to it";
         return 0;
     }
 
@@ -48,6 +53,7 @@ int main(int argc, char** argv)
 
     instance.listen();
     QObject::connect(&instance, &SingleInstance::reopenRequested, &application, &Application::reopen);
+    QObject::connect(&instance, &SingleInstance::editLayoutRequested, &application, &Application::openEditorUnderPointer);
     UnixSignals signals;
     QObject::connect(&signals, &UnixSignals::terminationRequested, &application, &Application::quit);
     platform->setConnectionLostHandler([&application] {
@@ -59,5 +65,7 @@ int main(int argc, char** argv)
     });
 
     application.start();
+    if (wantsEditor)
+        application.openEditorUnderPointer();
     return app.exec();
 }

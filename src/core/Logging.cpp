@@ -14,6 +14,7 @@ Q_LOGGING_CATEGORY(lcShortcuts, "parqueta.shortcuts")
 Q_LOGGING_CATEGORY(lcZones, "parqueta.zones")
 Q_LOGGING_CATEGORY(lcOverlay, "parqueta.overlay")
 Q_LOGGING_CATEGORY(lcX11, "parqueta.x11")
+Q_LOGGING_CATEGORY(lcEditor, "parqueta.editor")
 
 namespace {
 

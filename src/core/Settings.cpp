@@ -93,6 +93,7 @@ QString nameOfStoredKey(const char* storedKey)
         {Keys::spanAdjancedZones.name, Keys::spanAdjancedZones.storedKey},
         {Keys::autoSpanDistance.name, Keys::autoSpanDistance.storedKey},
         {Keys::holdShiftToSnap.name, Keys::holdShiftToSnap.storedKey},
+        {Keys::moveWindowsOnLayoutChange.name, Keys::moveWindowsOnLayoutChange.storedKey},
         {Keys::screens.name, Keys::screens.storedKey},
         {Keys::layouts.name, Keys::layouts.storedKey},
         {Keys::activeLayouts.name, Keys::activeLayouts.storedKey},

@@ -50,6 +50,7 @@ extern const BoolKey restoreSizeOnUnsnap;
 extern const BoolKey spanAdjancedZones;
 extern const DoubleKey autoSpanDistance;
 extern const BoolKey holdShiftToSnap;
+extern const BoolKey moveWindowsOnLayoutChange;
 extern const BlobMapKey screens;       // id -> one blob (Screen JSON)
 extern const BlobMapKey layouts;       // id -> list of blobs (Layout JSON)
 extern const BlobMapKey activeLayouts; // id -> UUID text

@@ -52,6 +52,7 @@ constinit const BoolKey restoreSizeOnUnsnap {"restoreSizeOnUnsnap", "restoreSize
 constinit const BoolKey spanAdjancedZones {"spanAdjancedZones", "spanAdjancedZones", true};
 constinit const DoubleKey autoSpanDistance {"autoSpanDistance", "autoSpanDistance", 40.0};
 constinit const BoolKey holdShiftToSnap {"holdShiftToSnap", "holdShiftToSnap", false};
+constinit const BoolKey moveWindowsOnLayoutChange {"moveWindowsOnLayoutChange", "moveWindowsOnLayoutChange", true};
 constinit const BlobMapKey screens {"screens", "screens-v0"};
 constinit const BlobMapKey layouts {"layouts", "layouts-v0"};
 constinit const BlobMapKey activeLayouts {"activeLayouts", "activeLayouts-v0"};

@@ -8,6 +8,7 @@
 #include "managers/ScreenManager.h"
 #include "managers/WindowManager.h"
 #include "managers/ZoneGestureMonitor.h"
+#include "models/Layout.h"
 
 #include <QPointer>
 
@@ -227,6 +228,8 @@ void ZoneManager::addSnappedWindow(const WindowPtr& window, const std::vector<st
     for (const std::shared_ptr<Zone>& zone : zones) {
         if (!zone)
             continue;
+        if (zone->screen())
+            m_snappedScreens.insert(window->id(), zone->screen()->id());
         std::vector<WindowPtr>& list = m_snappedWindowsByZone[zone->id()];
         if (!holds(list, window->id()))
             list.push_back(window);
@@ -237,6 +240,7 @@ void ZoneManager::removeSnappedWindow(const Window& window)
 {
     const quint32 id = window.id();
     m_snappedWindows.remove(id);
+    m_snappedScreens.remove(id);
     for (auto it = m_snappedWindowsByZone.begin(); it != m_snappedWindowsByZone.end();) {
         std::vector<WindowPtr>& list = it.value();
         list.erase(std::remove_if(list.begin(), list.end(), [id](const WindowPtr& w) { return !w || w->id() == id; }),
@@ -285,6 +289,41 @@ void ZoneManager::cleanSnappedWindowsByZone(const QString& zoneId)
             [&](const std::vector<WindowPtr>& list) { return holds(list, window->id()); });
         if (!elsewhere)
             m_snappedWindows.remove(window->id());
+    }
+}
+
+void ZoneManager::moveWindowsToZones(const std::shared_ptr<Layout>& layout)
+{
+    if (!layout || !layout->screen() || !m_settings.value(Keys::moveWindowsOnLayoutChange))
+        return;
+    const QString screenId = layout->screen()->id();
+    std::vector<std::pair<WindowPtr, QStringList>> onScreen;
+    for (auto it = m_snappedScreens.cbegin(); it != m_snappedScreens.cend(); ++it) {
+        if (it.value() != screenId)
+            continue;
+        const WindowPtr window = m_snappedWindows.value(it.key());
+        if (!window)
+            continue;
+        QStringList zoneIds;
+        for (auto zone = m_snappedWindowsByZone.cbegin(); zone != m_snappedWindowsByZone.cend(); ++zone) {
+            if (holds(zone.value(), window->id()))
+                zoneIds.append(zone.key());
+        }
+        onScreen.emplace_back(window, zoneIds);
+    }
+    for (const auto& [window, zoneIds] : onScreen) {
+        std::vector<std::shared_ptr<Zone>> zones;
+        for (const std::shared_ptr<Zone>& zone : layout->zones()) {
+            if (zoneIds.contains(zone->id()))
+                zones.push_back(zone);
+        }
+        if (zones.empty() || !m_windows.getPosition(*window)) {
+            qCInfo(lcZones).noquote() << "Window" << window->id() << "no longer stands in a zone of"
+                                      << layout->screen()->name() << "; left where it is";
+            removeSnappedWindow(*window);
+            continue;
+        }
+        snap(window, zones);
     }
 }
 

@@ -54,6 +54,11 @@ public:
     std::optional<QString> zoneId(const Window& window) const;
     void cleanSnappedWindowsByZone(const QString& zoneId);
 
+    // The layout of a screen changed shape or another one became active: every window
+    // snapped on that screen moves into the zones with the same ids; one whose zones are
+    // all gone is forgotten and left where it is. Only while moveWindowsOnLayoutChange is on.
+    void moveWindowsToZones(const std::shared_ptr<class Layout>& layout);
+
     void handleCycleMove(ZoneCycleDirection direction);
     void handleCycleSwap(ZoneCycleDirection direction);
     void onSpanWindow(ZoneCycleDirection direction);
@@ -84,4 +89,6 @@ private:
     std::vector<std::pair<Screen, std::unique_ptr<OverlayWindow>>> m_overlayWindows;
     QHash<quint32, WindowPtr> m_snappedWindows;
     QHash<QString, std::vector<WindowPtr>> m_snappedWindowsByZone;
+    // The screen id of the zones each snapped window stands in.
+    QHash<quint32, QString> m_snappedScreens;
 };

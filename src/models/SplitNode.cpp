@@ -121,6 +121,23 @@ void SplitNode::setChildren(std::vector<Ptr> children)
     emitChange();
 }
 
+void SplitNode::takeShapeOf(const Ptr& source)
+{
+    if (!source || source.get() == this)
+        return;
+    m_x = source->m_x;
+    m_y = source->m_y;
+    m_width = source->m_width;
+    m_height = source->m_height;
+    m_splitType = source->m_splitType;
+    std::vector<Ptr> children = std::move(source->m_children);
+    source->m_children.clear();
+    const Ptr self = shared_from_this();
+    for (const Ptr& child : children)
+        child->m_parent = self;
+    setChildren(std::move(children));
+}
+
 SplitNode::Subscription SplitNode::subscribe(ChangeListener listener)
 {
     const std::uint64_t id = m_nextListenerId++;

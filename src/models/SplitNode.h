@@ -79,6 +79,10 @@ public:
     // Replaces the children, listens to the new ones and announces the change.
     // Assigning an empty list collapses the node into a single zone.
     void setChildren(std::vector<Ptr> children);
+    // Becomes a copy of another tree in place (geometry, split type, children, which are
+    // moved over and re-parented), announced once: the editor's undo puts a tree back
+    // without replacing the root the layout and everyone else hold.
+    void takeShapeOf(const Ptr& source);
 
     // Replaces the children by two leaves cut at a fraction of the node's extent along
     // the split axis (presets) or at an offset from the node's origin (editor clicks).

@@ -18,6 +18,8 @@ constexpr uint32_t Left = 0xff51;
 constexpr uint32_t Up = 0xff52;
 constexpr uint32_t Right = 0xff53;
 constexpr uint32_t Down = 0xff54;
+constexpr uint32_t Escape = 0xff1b;
+constexpr uint32_t Digit2 = 0x32;
 } // namespace Keysym
 
 // Synthetic input through the XTest extension, on a connection of its own. Unlike a

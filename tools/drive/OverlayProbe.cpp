@@ -8,8 +8,6 @@
 
 namespace {
 
-const QString kOverlayTitle = QStringLiteral("Parqueta zones");
-
 struct FreeDeleter
 {
     void operator()(void* p) const { std::free(p); }
@@ -49,7 +47,7 @@ QList<OverlayProbe::Overlay> OverlayProbe::mapped()
             xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
         if (!attributes || !attributes->override_redirect || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
             continue;
-        if (m_desktop.titleOf(window) != kOverlayTitle)
+        if (m_desktop.titleOf(window) != m_title)
             continue;
         if (m_ownerPid > 0 && m_desktop.property32(window, "_NET_WM_PID") != QList<quint32> {quint32(m_ownerPid)})
             continue;

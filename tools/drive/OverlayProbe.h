@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QRect>
+#include <QString>
 
 #include <xcb/xcb.h>
 
@@ -10,7 +11,8 @@
 class VirtualDesktop;
 
 // Parqueta's zone overlays as another client of the X server sees them: the mapped
-// override-redirect top-level windows titled "Parqueta zones". Looks through the
+// override-redirect top-level windows titled "Parqueta zones" (or another title, for the
+// layout editor and the borders flash). Looks through the
 // desktop harness's own connection; nothing here depends on the program's internals.
 class OverlayProbe final
 {
@@ -24,6 +26,7 @@ public:
 
     bool isValid() const;
     void setOwnerPid(pid_t pid) { m_ownerPid = pid; }
+    void setTitle(const QString& title) { m_title = title; }
 
     struct Overlay
     {
@@ -44,4 +47,5 @@ public:
 private:
     VirtualDesktop& m_desktop;
     pid_t m_ownerPid = 0;
+    QString m_title = QStringLiteral("Parqueta zones");
 };

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,21 @@ bool ParquetaProcess::start(bool waitForReady)
     if (!m_process->start(program, {}, m_logFile))
         return fail(QStringLiteral("cannot start %1: %2").arg(program, m_process->errorString()));
     return !waitForReady || waitUntilReady();
+}
+
+std::optional<int> ParquetaProcess::launchAgain(const QStringList& arguments, int timeoutMs)
+{
+    QProcess launch;
+    launch.setProcessChannelMode(QProcess::ForwardedChannels);
+    launch.start(executable(), arguments);
+    if (!launch.waitForFinished(timeoutMs)) {
+        launch.kill();
+        launch.waitForFinished();
+        return std::nullopt;
+    }
+    if (launch.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return launch.exitCode();
 }
 
 bool ParquetaProcess::waitUntilReady(int timeoutMs)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <sys/types.h>
 
@@ -60,6 +61,9 @@ public:
     // exit; nothing when it was killed by a signal, did not stop in time (it is then
     // killed) or was not running.
     std::optional<int> terminate(int timeoutMs = 10000);
+    // Launches the program once more with these arguments, as a user would while it
+    // runs, and returns that launch's exit code (nothing when it did not end in time).
+    static std::optional<int> launchAgain(const QStringList& arguments, int timeoutMs = 10000);
     // SIGKILL, as a crash or the OOM killer would; reaped before returning.
     void kill9();
 
