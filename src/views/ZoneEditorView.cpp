@@ -358,7 +358,7 @@ void ZoneEditorView::paintEvent(QPaintEvent*)
     // 3. Preview line.
     if (m_viewModel.showLine() && !m_viewModel.splitLine().rect.isNull()) {
         QColor lineColor = accent;
-        lineColor.setAlphaF(0.8f);
+        lineColor.setAlphaF(0.6f);
         QRectF line = toCanvas(LineView::placed(m_viewModel.splitLine()));
         if (line.width() < 2)
             line.adjust(-(2 - line.width()) / 2, 0, (2 - line.width()) / 2, 0);

@@ -9,6 +9,7 @@
 #include "ParquetaProcess.h"
 #include "RootScreenshot.h"
 #include "VirtualDesktop.h"
+#include "XTestInput.h"
 
 #include <QApplication>
 #include <QDir>
@@ -51,6 +52,8 @@ public:
         if (!m_parqueta.start())
             return false;
         m_overlays.setOwnerPid(m_parqueta.pid());
+        m_editor.setOwnerPid(m_parqueta.pid());
+        m_editor.setTitle(QStringLiteral("Parqueta layout editor"));
         const std::optional<DesktopZones> zones = DesktopZones::read();
         if (!zones) {
             std::printf("Cannot read the zones: %s\n", qPrintable(DesktopZones::lastError()));
@@ -93,6 +96,59 @@ public:
         check(QStringLiteral("Ctrl+Alt+Super+Right moves the terminal to LEFT zone 2"), m_xterm, QStringLiteral("LEFT"),
             {QStringLiteral("2")}, kCell);
         screenshot(QStringLiteral("07-shortcut-moved.png"));
+
+        editLayout();
+    }
+
+    // The layout editor of RIGHT, opened the way a second launch does: a click splits
+    // zone 1, its border is dragged, Escape saves; then a snap into the new zone.
+    void editLayout()
+    {
+        const QRect right = m_zones.visibleFrame(QStringLiteral("RIGHT")).value_or(QRectF()).toRect();
+        XTestInput& input = m_driver.input();
+        input.moveTo(right.center().x(), right.center().y());
+        const std::optional<int> launched = ParquetaProcess::launchAgain({QStringLiteral("--edit-layout")});
+        const bool shown = launched == std::optional<int>(0) && m_editor.waitForShown(1);
+        std::printf("Layout editor opened by \"parqueta --edit-layout\": %s\n", shown ? "shown" : "NOT SHOWN");
+        if (!shown) {
+            m_failures << QStringLiteral("editor");
+            return;
+        }
+        const QPoint split(right.left() + 300, right.top() + 500);
+        input.moveTo(split.x() - 40, split.y());
+        GestureDriver::pump(kAfterFadeInMs);
+        input.moveTo(split.x(), split.y());
+        GestureDriver::pump(100);
+        screenshot(QStringLiteral("08-editor-preview-line.png"));
+        input.click(1);
+        GestureDriver::pump(150);
+
+        // The new border's handle is at its centre; drag it 60 pixels to the right.
+        const QPoint handle(split.x(), right.center().y());
+        input.moveTo(handle.x(), handle.y());
+        GestureDriver::pump(100);
+        input.press(1);
+        for (int dx = 6; dx <= 60; dx += 6) {
+            input.moveTo(handle.x() + dx, handle.y());
+            GestureDriver::pump(15);
+        }
+        screenshot(QStringLiteral("09-editor-border-drag.png"));
+        input.release(1);
+        GestureDriver::pump(100);
+        input.tap(Keysym::Escape);
+        const bool closed = m_editor.waitForHidden();
+        std::printf("Escape closed the editor: %s\n", closed ? "yes" : "NO");
+        if (!closed)
+            m_failures << QStringLiteral("editor closed by Escape");
+        if (const std::optional<DesktopZones> zones = DesktopZones::read())
+            m_zones = *zones;
+        DragOptions shift;
+        m_driver.drag(m_plain, m_zones.dropPoint(QStringLiteral("RIGHT"), QStringLiteral("2")), shift);
+        check(QStringLiteral("Shift-drag into the new RIGHT zone 2 (280 px wide)"), m_plain, QStringLiteral("RIGHT"),
+            {QStringLiteral("2")});
+        if (m_zones.zone(QStringLiteral("RIGHT"), QStringLiteral("2")).value_or(DesktopZone {}).frame.width() != 280)
+            m_failures << QStringLiteral("the edited zone's width");
+        screenshot(QStringLiteral("10-new-zone-snapped.png"));
     }
 
     bool tearDown()
@@ -139,6 +195,7 @@ private:
 
     VirtualDesktop& m_desktop;
     OverlayProbe m_overlays {m_desktop};
+    OverlayProbe m_editor {m_desktop};
     GestureDriver m_driver;
     ParquetaProcess m_parqueta;
     DesktopZones m_zones;
