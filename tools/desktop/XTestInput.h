@@ -19,6 +19,7 @@ constexpr uint32_t Up = 0xff52;
 constexpr uint32_t Right = 0xff53;
 constexpr uint32_t Down = 0xff54;
 constexpr uint32_t Escape = 0xff1b;
+constexpr uint32_t Return = 0xff0d;
 constexpr uint32_t Digit2 = 0x32;
 } // namespace Keysym
 

@@ -83,3 +83,39 @@ bool OverlayProbe::waitForHidden(int timeoutMs)
 {
     return VirtualDesktop::waitUntil([&] { return mappedCount() == 0; }, timeoutMs);
 }
+
+std::optional<QRect> OverlayProbe::trayIcon()
+{
+    if (!isValid() || m_ownerPid <= 0)
+        return std::nullopt;
+    xcb_connection_t* c = m_desktop.connection();
+    // Breadth-first below the top level: embedded icons are children of the panel's window.
+    QList<xcb_window_t> queue {m_desktop.root()};
+    for (int depth = 0; depth < 6 && !queue.isEmpty(); ++depth) {
+        QList<xcb_window_t> next;
+        for (const xcb_window_t parent : queue) {
+            Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, parent), nullptr));
+            if (!tree)
+                continue;
+            const xcb_window_t* children = xcb_query_tree_children(tree.get());
+            for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+                const xcb_window_t window = children[i];
+                next << window;
+                if (depth == 0 || m_desktop.property32(window, "_NET_WM_PID") != QList<quint32> {quint32(m_ownerPid)})
+                    continue;
+                Reply<xcb_get_window_attributes_reply_t> attributes(
+                    xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+                Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+                if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE || !geometry || geometry->width > 64
+                    || geometry->height > 64)
+                    continue;
+                Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
+                    c, xcb_translate_coordinates(c, window, m_desktop.root(), 0, 0), nullptr));
+                if (at)
+                    return QRect(at->dst_x, at->dst_y, geometry->width, geometry->height);
+            }
+        }
+        queue = next;
+    }
+    return std::nullopt;
+}

@@ -8,6 +8,8 @@
 
 #include <sys/types.h>
 
+#include <optional>
+
 class VirtualDesktop;
 
 // Parqueta's zone overlays as another client of the X server sees them: the mapped
@@ -43,6 +45,10 @@ public:
     bool waitForShown(int count = -1, int timeoutMs = 5000);
     // Waits until no overlay is mapped.
     bool waitForHidden(int timeoutMs = 5000);
+
+    // The owner's tray icon embedded in a panel's tray (a small viewable window of the
+    // owner's below the top level), in root coordinates.
+    std::optional<QRect> trayIcon();
 
 private:
     VirtualDesktop& m_desktop;

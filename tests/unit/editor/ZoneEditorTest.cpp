@@ -16,6 +16,7 @@
 #include "managers/ZoneGestureMonitor.h"
 #include "managers/ZoneManager.h"
 #include "models/LayoutBridge.h"
+#include "models/SplitNode.h"
 #include "views/LayoutBordersView.h"
 #include "views/LayoutBordersWindow.h"
 #include "views/ZoneEditorManager.h"
@@ -219,6 +220,33 @@ TEST_F(ZoneEditorTest, CanvasAtHalfScaleRoutesClicksDragsAndButtons)
     EXPECT_EQ(widths(*layout), (std::vector<double> {1280}));
     click(view, view.closeButtonRect().center());
     EXPECT_EQ(closes, 1);
+}
+
+TEST_F(ZoneEditorTest, DegenerateStoredTreesOpenAndReset)
+{
+    // 400 levels of ever thinner slices, then sizes a clamp could leave: under a point,
+    // zero, negative.
+    SplitNode::Ptr root = SplitNode::create(0, 0, 1280, 1040);
+    SplitNode::Ptr node = root;
+    for (int depth = 0; depth < 400; ++depth) {
+        node->splitAtRatio(depth % 2 ? SplitType::horizontal : SplitType::vertical, 0.999);
+        node = node->children().back();
+    }
+    node->setWidth(-50);
+    node->parent()->children().front()->setHeight(0.3);
+    const std::shared_ptr<Layout> degenerate = Layout::create(root, QUuid::createUuid(), right);
+    degenerate->recomputeZones();
+    ZoneEditorViewModel vm(right, degenerate, screens);
+    ZoneEditorView view(vm, settings);
+    view.resize(1280, 1040);
+    view.show();
+    EXPECT_FALSE(view.grab().isNull());
+    vm.mousePositionChanged({QPointF(1279, 1039)});
+    click(view, QPointF(1279, 1039));
+    mouse(view, QEvent::MouseMove, view.handleRect(degenerate->borders().back()).center(), Qt::NoButton);
+    click(view, view.resetButtonRect().center());
+    ASSERT_EQ(degenerate->zones().size(), 1u);
+    EXPECT_EQ(degenerate->zones()[0]->rect(), QRectF(0, 0, 1280, 1040));
 }
 
 TEST_F(ZoneEditorTest, ManagerKeepsOneEditorPerScreenEscapeClosesTheLastAndEveryCloseSaves)
