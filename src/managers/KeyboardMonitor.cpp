@@ -1,6 +1,5 @@
 #include "managers/KeyboardMonitor.h"
 
-#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QWindow>
 
@@ -28,31 +27,11 @@ Qt::KeyboardModifier modifierOfKey(int key)
 } // namespace
 
 KeyboardMonitor::KeyboardMonitor(QObject* parent)
-    : QObject(parent)
+    : ApplicationEventMonitor(parent)
 {
 }
 
-KeyboardMonitor::~KeyboardMonitor()
-{
-    stopMonitoring();
-}
-
-void KeyboardMonitor::startMonitoring()
-{
-    if (m_monitoring || !QCoreApplication::instance())
-        return;
-    QCoreApplication::instance()->installEventFilter(this);
-    m_monitoring = true;
-}
-
-void KeyboardMonitor::stopMonitoring()
-{
-    if (!m_monitoring)
-        return;
-    if (QCoreApplication::instance())
-        QCoreApplication::instance()->removeEventFilter(this);
-    m_monitoring = false;
-}
+KeyboardMonitor::~KeyboardMonitor() = default;
 
 Qt::KeyboardModifiers KeyboardMonitor::modifiersAfter(int key, bool pressed, Qt::KeyboardModifiers before)
 {

@@ -2,7 +2,7 @@
 
 #include "core/ObserverList.h"
 
-#include <QObject>
+#include "managers/ApplicationEventMonitor.h"
 
 // The modifier keys held after one of them went down or up.
 struct KeyboardEvent
@@ -19,7 +19,7 @@ public:
 
 // Reports every press and release of a modifier key sent to Parqueta's own windows (the
 // zone editor has the keyboard while it is open). Never consumes the event.
-class KeyboardMonitor final : public QObject
+class KeyboardMonitor final : public ApplicationEventMonitor
 {
     Q_OBJECT
 
@@ -30,10 +30,6 @@ public:
     void addObserver(KeyboardObserver* observer) { m_observers.add(observer); }
     void removeObserver(KeyboardObserver* observer) { m_observers.remove(observer); }
 
-    void startMonitoring();
-    void stopMonitoring();
-    bool isMonitoring() const { return m_monitoring; }
-
     // The modifiers held once a key event is done: X11 reports the state from before
     // the event, so the key itself is added on a press and taken out on a release.
     static Qt::KeyboardModifiers modifiersAfter(int key, bool pressed, Qt::KeyboardModifiers before);
@@ -43,5 +39,4 @@ protected:
 
 private:
     ObserverList<KeyboardObserver> m_observers;
-    bool m_monitoring = false;
 };

@@ -3,37 +3,16 @@
 #include "core/Logging.h"
 #include "managers/ScreenManager.h"
 
-#include <QCoreApplication>
 #include <QEvent>
 #include <QWindow>
 
 MousePositionMonitor::MousePositionMonitor(ScreenManager& screens, QObject* parent)
-    : QObject(parent)
+    : ApplicationEventMonitor(parent)
     , m_screens(screens)
 {
 }
 
-MousePositionMonitor::~MousePositionMonitor()
-{
-    stopMonitoring();
-}
-
-void MousePositionMonitor::startMonitoring()
-{
-    if (m_monitoring || !QCoreApplication::instance())
-        return;
-    QCoreApplication::instance()->installEventFilter(this);
-    m_monitoring = true;
-}
-
-void MousePositionMonitor::stopMonitoring()
-{
-    if (!m_monitoring)
-        return;
-    if (QCoreApplication::instance())
-        QCoreApplication::instance()->removeEventFilter(this);
-    m_monitoring = false;
-}
+MousePositionMonitor::~MousePositionMonitor() = default;
 
 bool MousePositionMonitor::eventFilter(QObject* watched, QEvent* event)
 {

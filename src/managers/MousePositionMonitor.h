@@ -3,7 +3,7 @@
 #include "core/ObserverList.h"
 #include "models/Screen.h"
 
-#include <QObject>
+#include "managers/ApplicationEventMonitor.h"
 #include <QPointF>
 
 class ScreenManager;
@@ -28,7 +28,7 @@ public:
 // monitor it sees only what is sent to this program, and it never consumes an event.
 // The position is the platform's, not Qt's: with a device-pixel ratio other than 1 Qt's
 // logical coordinates differ from the window manager's, which layouts are measured in.
-class MousePositionMonitor final : public QObject
+class MousePositionMonitor final : public ApplicationEventMonitor
 {
     Q_OBJECT
 
@@ -39,10 +39,6 @@ public:
     void addObserver(MousePositionObserver* observer) { m_observers.add(observer); }
     void removeObserver(MousePositionObserver* observer) { m_observers.remove(observer); }
 
-    void startMonitoring();
-    void stopMonitoring();
-    bool isMonitoring() const { return m_monitoring; }
-
     // One pointer event: every observer on the screen under the pointer is told.
     void pointerMoved();
 
@@ -52,5 +48,4 @@ protected:
 private:
     ScreenManager& m_screens;
     ObserverList<MousePositionObserver> m_observers;
-    bool m_monitoring = false;
 };

@@ -374,33 +374,28 @@ void ZoneEditorViewModel::clampFocus()
 
 void ZoneEditorViewModel::focusNext()
 {
-    if (!m_layout)
-        return;
-    const int zones = static_cast<int>(m_layout->zones().size());
-    const int total = zones + static_cast<int>(m_layout->borders().size());
-    if (total == 0)
-        return;
-    int position = m_focus.kind == FocusItem::Kind::none ? -1
-        : m_focus.kind == FocusItem::Kind::zone          ? m_focus.index
-                                                         : zones + m_focus.index;
-    position = (position + 1) % total;
-    m_focus = position < zones ? FocusItem {FocusItem::Kind::zone, position}
-                               : FocusItem {FocusItem::Kind::border, position - zones};
-    Q_EMIT changed();
+    moveFocus(1);
 }
 
 void ZoneEditorViewModel::focusPrevious()
 {
+    moveFocus(-1);
+}
+
+void ZoneEditorViewModel::moveFocus(int step)
+{
     if (!m_layout)
         return;
+    // One ring: the zones in order, then the borders; from nothing, forward starts at the
+    // first zone and backward at the last border.
     const int zones = static_cast<int>(m_layout->zones().size());
     const int total = zones + static_cast<int>(m_layout->borders().size());
     if (total == 0)
         return;
-    int position = m_focus.kind == FocusItem::Kind::none ? total
+    int position = m_focus.kind == FocusItem::Kind::none ? (step > 0 ? -1 : total)
         : m_focus.kind == FocusItem::Kind::zone          ? m_focus.index
                                                          : zones + m_focus.index;
-    position = (position - 1 + total) % total;
+    position = ((position + step) % total + total) % total;
     m_focus = position < zones ? FocusItem {FocusItem::Kind::zone, position}
                                : FocusItem {FocusItem::Kind::border, position - zones};
     Q_EMIT changed();

@@ -137,6 +137,7 @@ private:
     void restore(const QJsonObject& tree);
     std::optional<QJsonObject> snapshot() const;
     void clampFocus();
+    void moveFocus(int step);
     void subscribeToLayout();
 
     Screen m_screen;
