@@ -4,7 +4,12 @@
 
 #include <QCryptographicHash>
 #include <QLocalServer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLocalSocket>
+#include <QLockFile>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -31,7 +36,39 @@ QString SingleInstance::defaultKey()
         + QString::fromLatin1(QCryptographicHash::hash(session, QCryptographicHash::Sha1).toHex().left(16));
 }
 
-bool SingleInstance::notifyRunningInstance(Request request)
+bool SingleInstance::claim()
+{
+    QString dir = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (dir.isEmpty() || !QFileInfo(dir).isWritable())
+        dir = QDir::tempPath();
+    m_lock = std::make_unique<QLockFile>(dir + QLatin1Char('/') + m_key + QStringLiteral(".lock"));
+    // The lock names its holder's process: one whose holder is gone is taken over at once.
+    m_lock->setStaleLockTime(0);
+    if (m_lock->tryLock(0))
+        return true;
+    if (m_lock->error() != QLockFile::LockFailedError) {
+        // Nowhere to keep a lock: fall back on the socket alone rather than not run.
+        qCWarning(lcApp) << "Cannot create the session lock in" << dir << "- relying on the socket alone";
+        QLocalSocket probe;
+        probe.connectToServer(m_key);
+        return !probe.waitForConnected(kTimeoutMs);
+    }
+    return false;
+}
+
+bool SingleInstance::notifyRunningInstance(Request request, int waitMs)
+{
+    QElapsedTimer waited;
+    waited.start();
+    do {
+        if (tryNotify(request))
+            return true;
+        QThread::msleep(50);
+    } while (waited.elapsed() < waitMs);
+    return false;
+}
+
+bool SingleInstance::tryNotify(Request request)
 {
     QLocalSocket socket;
     socket.connectToServer(m_key);
@@ -52,7 +89,8 @@ bool SingleInstance::listen()
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!m_server->listen(m_key)) {
-        // A crashed instance leaves its socket file behind; nobody answered on it above.
+        // A crashed instance leaves its socket file behind; this process holds the
+        // session's lock, so the file is nobody's.
         QLocalServer::removeServer(m_key);
         if (!m_server->listen(m_key)) {
             qCWarning(lcApp) << "Cannot listen for later launches on" << m_key << ":" << m_server->errorString();

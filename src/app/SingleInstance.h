@@ -3,10 +3,15 @@
 #include <QObject>
 #include <QString>
 
-class QLocalServer;
+#include <memory>
 
-// One Parqueta per user session. The first instance listens on a local socket that only
-// its user can reach; a later launch finds it, asks it to reopen and steps aside.
+class QLocalServer;
+class QLockFile;
+
+// One Parqueta per user session, however close together two launches come. A launch
+// first claims the session with a lock file; the one that gets it is the instance and
+// listens on a local socket only its user can reach. A later launch (or one that lost
+// the race) finds the instance there, passes its request on and steps aside.
 class SingleInstance final : public QObject
 {
     Q_OBJECT
@@ -19,8 +24,15 @@ public:
     // What a later launch asks of the running instance.
     enum class Request { reopen, editLayout };
 
-    // True when another instance answered and took the request: exit now.
-    bool notifyRunningInstance(Request request = Request::reopen);
+    // How long a launch that lost the claim waits for the winner to start listening.
+    static constexpr int kStartUpWaitMs = 10000;
+
+    // True when this process is now the session's instance. A lock left by an instance
+    // that crashed is taken over.
+    bool claim();
+    // True when the running instance answered and took the request: exit now. Tries
+    // again until waitMs has passed, for an instance that is still starting up.
+    bool notifyRunningInstance(Request request = Request::reopen, int waitMs = 0);
     // Starts listening; false (logged) when the socket cannot be created.
     bool listen();
 
@@ -35,6 +47,9 @@ Q_SIGNALS:
 private:
     void acceptConnections();
 
+    bool tryNotify(Request request);
+
     QString m_key;
     QLocalServer* m_server = nullptr;
+    std::unique_ptr<QLockFile> m_lock;
 };

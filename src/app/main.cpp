@@ -10,15 +10,28 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
-int main(int argc, char** argv)
-{
-    Logging::install();
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Parqueta"));
-    QApplication::setApplicationVersion(QStringLiteral(PARQUETA_VERSION));
-    QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setWindowIcon(AppIcon::icon());
+#include <cstdio>
 
+namespace {
+
+struct LaunchOptions
+{
+    bool loginItem = false;
+    bool editLayout = false;
+};
+
+void nameTheApplication()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("Parqueta"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PARQUETA_VERSION));
+}
+
+// The options, read before any display is needed: --help and --version answer (and end
+// the process) anywhere, a terminal without X included.
+LaunchOptions parseOptions(int argc, char** argv)
+{
+    QCoreApplication probe(argc, argv);
+    nameTheApplication();
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Snaps windows into zones."));
     parser.addHelpOption();
@@ -26,17 +39,44 @@ int main(int argc, char** argv)
     const QCommandLineOption loginItem(QStringLiteral("login-item"),
                                        QStringLiteral("Started by the session at login: open no window."));
     parser.addOption(loginItem);
-    const QCommandLineOption editLayout(QStringLiteral("edit-layout"),
-                                        QStringLiteral("Open the layout editor for the screen under the pointer."));
+    const QCommandLineOption editLayout(
+        QStringLiteral("edit-layout"),
+        QStringLiteral("Open the layout editor for the screen under the pointer (of the running Parqueta, "
+                       "or of this one)."));
     parser.addOption(editLayout);
-    parser.process(app);
+    parser.process(probe);
+    return LaunchOptions {parser.isSet(loginItem), parser.isSet(editLayout)};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Logging::install();
+    const LaunchOptions launch = parseOptions(argc, argv);
+
+    QString reason;
+    if (!windowingSystemAvailable(reason)) {
+        std::fprintf(stderr, "parqueta: %s\n", qPrintable(reason));
+        return 1;
+    }
+
+    QApplication app(argc, argv);
+    nameTheApplication();
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(AppIcon::icon());
 
     SingleInstance instance;
-    const bool wantsEditor = parser.isSet(editLayout);
-    if (instance.notifyRunningInstance(wantsEditor ? SingleInstance::Request::editLayout
-                                                   : SingleInstance::Request::reopen)) {
-        qCInfo(lcApp) << "Parqueta is already running; passed the request on to it";
-        return 0;
+    const SingleInstance::Request request
+        = launch.editLayout ? SingleInstance::Request::editLayout : SingleInstance::Request::reopen;
+    if (!instance.claim()) {
+        // Another launch of this session holds it; it may still be starting up.
+        if (instance.notifyRunningInstance(request, SingleInstance::kStartUpWaitMs)) {
+            qCInfo(lcApp) << "Parqueta is already running; passed the request on to it";
+            return 0;
+        }
+        qCCritical(lcApp) << "Another Parqueta holds this session but does not answer; not starting a second one";
+        return 1;
     }
 
     std::unique_ptr<Platform> platform = createPlatform();
@@ -47,7 +87,7 @@ int main(int argc, char** argv)
     Settings settings(createUserSettingsBackend());
 
     Application::Options options;
-    options.launchedAsLoginItem = parser.isSet(loginItem);
+    options.launchedAsLoginItem = launch.loginItem;
     options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
     Application application(*platform, settings, options);
 
@@ -65,7 +105,7 @@ int main(int argc, char** argv)
     });
 
     application.start();
-    if (wantsEditor)
+    if (launch.editLayout)
         application.openEditorUnderPointer();
     return app.exec();
 }

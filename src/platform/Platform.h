@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <functional>
 #include <memory>
 
@@ -40,3 +42,8 @@ public:
 // Defined by the backend linked into the executable. Returns nullptr (after logging
 // why) when the windowing system cannot be reached.
 std::unique_ptr<Platform> createPlatform();
+
+// Whether the windowing system answers, asked before the GUI toolkit starts (Qt ends the
+// process when it finds no display). When it does not, reason says what is missing in
+// words for the user.
+bool windowingSystemAvailable(QString& reason);

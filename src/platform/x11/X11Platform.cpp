@@ -8,6 +8,8 @@
 #include "platform/x11/X11HotkeyBackend.h"
 #include "platform/x11/X11WindowControl.h"
 
+#include <xcb/xcb.h>
+
 X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
     : m_connection(std::move(connection))
     , m_displays(std::make_unique<X11DisplayServer>(*m_connection))
@@ -52,6 +54,27 @@ std::unique_ptr<Platform> createPlatform()
         return nullptr;
     }
     return std::make_unique<X11Platform>(std::move(connection));
+}
+
+bool windowingSystemAvailable(QString& reason)
+{
+    // Another Qt platform (offscreen, for instance) needs no X server.
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && !platform.startsWith(QLatin1String("xcb")))
+        return true;
+    const QString display = qEnvironmentVariable("DISPLAY");
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool reachable = connection && !xcb_connection_has_error(connection);
+    if (connection)
+        xcb_disconnect(connection);
+    if (reachable)
+        return true;
+    reason = display.isEmpty()
+        ? QStringLiteral("No X display: DISPLAY is not set. Parqueta runs in an X11 desktop session.")
+        : QStringLiteral("Cannot open the X display \"%1\": is an X server running there, and may this user "
+                         "connect to it?")
+              .arg(display);
+    return false;
 }
 
 void X11Platform::setConnectionLostHandler(std::function<void()> handler)
