@@ -338,7 +338,10 @@ bool FileSettingsBackend::sync()
     // attempt. A second instance on the same file shares the pending changes (QSettings
     // shares one state per file), writes them while it opens and reports this attempt only.
     const QSettings attempt(m_filePath, jsonFormat());
-    const bool written = attempt.status() == QSettings::NoError;
+    // With nothing pending QSettings writes nothing and reports no error: that says
+    // nothing about a directory that was not writable, which must be asked again.
+    const bool written = attempt.status() == QSettings::NoError
+        && (!m_writeFailing || canCreateFilesIn(QFileInfo(m_filePath).absolutePath()));
     if (!written && !m_writeFailing) {
         qCWarning(lcSettings).noquote() << QStringLiteral("Could not write the settings file %1; changes are kept "
                                                           "in memory until it can be written")

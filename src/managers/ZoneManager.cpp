@@ -168,6 +168,11 @@ bool ZoneManager::isCursorInZone(const Zone& zone) const
     return rectsIntersect(square, zone.rect());
 }
 
+bool ZoneManager::isCursorOnScreen(const Screen& screen) const
+{
+    return m_screens.screenIdWithPoint(m_screens.pointerLocation()) == screen.id();
+}
+
 void ZoneManager::snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones)
 {
     if (!window || zones.empty())

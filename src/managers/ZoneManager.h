@@ -44,6 +44,7 @@ public:
     // Whether the pointer is over the zone (as a point, or as a square of side
     // autoSpanDistance while spanning adjacent zones). A zone on another screen never is.
     bool isCursorInZone(const Zone& zone) const;
+    bool isCursorOnScreen(const Screen& screen) const;
 
     void snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones);
     void unsnap(const WindowPtr& window);

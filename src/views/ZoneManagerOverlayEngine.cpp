@@ -23,6 +23,11 @@ bool ZoneManagerOverlayEngine::isCursorInZone(const Zone& zone) const
     return m_zones.isCursorInZone(zone);
 }
 
+bool ZoneManagerOverlayEngine::isCursorOnScreen(const Screen& screen) const
+{
+    return m_zones.isCursorOnScreen(screen);
+}
+
 void ZoneManagerOverlayEngine::snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones)
 {
     m_zones.snap(window, zones);

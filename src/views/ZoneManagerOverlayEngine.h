@@ -14,6 +14,7 @@ public:
     void addGestureObserver(ZoneGestureObserver* observer) override;
     void removeGestureObserver(ZoneGestureObserver* observer) override;
     bool isCursorInZone(const Zone& zone) const override;
+    bool isCursorOnScreen(const Screen& screen) const override;
     void snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones) override;
 
 private:

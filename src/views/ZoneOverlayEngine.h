@@ -1,5 +1,6 @@
 #pragma once
 
+#include "models/Screen.h"
 #include "models/Window.h"
 
 #include <memory>
@@ -20,6 +21,13 @@ public:
     virtual void removeGestureObserver(ZoneGestureObserver* observer) = 0;
 
     virtual bool isCursorInZone(const Zone& zone) const = 0;
+    // Whether the pointer is on that screen: the overlay of the screen where a gesture
+    // ends is the one to tell what became of it.
+    virtual bool isCursorOnScreen(const Screen& screen) const
+    {
+        Q_UNUSED(screen);
+        return true;
+    }
     // Moves the window over the union of the zones (given in layout order).
     virtual void snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones) = 0;
 };

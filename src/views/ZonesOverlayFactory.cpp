@@ -131,7 +131,7 @@ ZonesWindow* ZonesOverlayFactory::takeKept(
         // The visual (with or without alpha) was fixed when the window was made, so a
         // compositor that came or went since calls for a new one, as do a moved panel
         // and another active layout. A window that no longer fits is of no further use.
-        const bool fits = !found && window->layout() == layout && window->geometry() == frame
+        const bool fits = !found && window->layout() == layout && window->desktopFrame() == frame
             && window->testAttribute(Qt::WA_TranslucentBackground) == m_effects.overlaysCanBeTranslucent();
         if (fits)
             found = window;

@@ -83,28 +83,54 @@ void ZonesView::setOpaque(bool opaque)
     redrawAll();
 }
 
+double ZonesView::scale() const
+{
+    const QSizeF canvas = m_viewModel.canvasSize();
+    if (canvas.width() <= 0 || width() <= 0)
+        return 1.0;
+    return width() / canvas.width();
+}
+
+QRegion ZonesView::toView(const QRegion& layoutRegion) const
+{
+    const double s = scale();
+    if (qFuzzyCompare(s, 1.0))
+        return layoutRegion;
+    QRegion region;
+    for (const QRect& r : layoutRegion)
+        region += QRectF(r.x() * s, r.y() * s, r.width() * s, r.height() * s).toAlignedRect();
+    return region;
+}
+
+QRect ZonesView::layoutRect() const
+{
+    const QSizeF canvas = m_viewModel.canvasSize();
+    return canvas.isEmpty() ? rect() : QRect(QPoint(0, 0), canvas.toSize());
+}
+
 QRegion ZonesView::paintedRegion() const
 {
     QRegion region = unhighlightedShape();
+    QRegion highlighted;
     for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
         if (zone->highlighted())
-            region += pixelFrame(m_viewModel.frameOf(*zone));
+            highlighted += pixelFrame(m_viewModel.frameOf(*zone));
     }
-    return region;
+    return region + toView(highlighted);
 }
 
 QRegion ZonesView::unhighlightedShape() const
 {
     if (m_unhighlightedShape)
         return *m_unhighlightedShape;
-    QRegion region = ring(rect(), kBorderWidth);
+    QRegion region = ring(layoutRect(), kBorderWidth);
     for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
         const QRectF frame = m_viewModel.frameOf(*zone);
         region += ring(pixelFrame(frame), kOutlineWidth);
         region += numberRegion(*zone, frame);
     }
-    m_unhighlightedShape = region;
-    return region;
+    m_unhighlightedShape = toView(region);
+    return *m_unhighlightedShape;
 }
 
 void ZonesView::paintEvent(QPaintEvent* event)
@@ -123,10 +149,11 @@ void ZonesView::paintEvent(QPaintEvent* event)
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.fillRect(rect(), backdrop);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.scale(scale(), scale());
 
     painter.setBrush(Qt::NoBrush);
     painter.setPen(stroke(accent, kBorderWidth));
-    painter.drawRect(strokeInside(rect(), kBorderWidth));
+    painter.drawRect(strokeInside(layoutRect(), kBorderWidth));
 
     painter.setFont(numberFont());
     for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
@@ -164,7 +191,7 @@ void ZonesView::zoneHighlightChanged(int index)
     const std::vector<std::shared_ptr<Zone>>& zones = m_viewModel.zones();
     if (index < 0 || index >= int(zones.size()))
         return;
-    update(pixelFrame(m_viewModel.frameOf(*zones[size_t(index)])));
+    update(toView(QRegion(pixelFrame(m_viewModel.frameOf(*zones[size_t(index)])))));
     if (m_opaque)
         Q_EMIT paintedRegionChanged();
 }
@@ -178,8 +205,8 @@ void ZonesView::redrawAll()
 
 QFont ZonesView::numberFont() const
 {
-    // Layout space counts desktop points (logical pixels), so the numbers are sized in
-    // the same unit as the zones they stand in.
+    // Sized in layout space, like the zones they stand in; the painter's scale maps
+    // both to the view.
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     font.setPixelSize(kNumberSize);
     return font;

@@ -29,6 +29,9 @@ public:
 
     // Border, outlines, numbers and highlighted fills, in the view's coordinates.
     QRegion paintedRegion() const;
+    // View pixels per layout point: 1 / the device-pixel ratio. Everything is drawn in
+    // layout space scaled by this, so it lands on the same device pixels at any ratio.
+    double scale() const;
 
 Q_SIGNALS:
     // What paintedRegion() returns has changed.
@@ -45,6 +48,10 @@ private:
     QFont numberFont() const;
     QRegion numberRegion(const Zone& zone, const QRectF& frame) const;
     QRegion unhighlightedShape() const;
+    // A region built in layout space, in the view's pixels.
+    QRegion toView(const QRegion& layoutRegion) const;
+    // The view's own extent in layout space.
+    QRect layoutRect() const;
 
     ZonesViewModel& m_viewModel;
     const Settings& m_settings;

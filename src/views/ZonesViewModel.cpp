@@ -34,6 +34,12 @@ QRectF ZonesViewModel::frameOf(const Zone& zone) const
     return zone.visibleFrame(m_settings.effectiveGap(), m_screens);
 }
 
+QSizeF ZonesViewModel::canvasSize() const
+{
+    const std::optional<QRectF> frame = m_screens.visibleFrameOf(m_screen);
+    return frame ? frame->size() : QSizeF();
+}
+
 void ZonesViewModel::startMonitoring()
 {
     // Flags live on the layout's zones and outlast an overlay: a multi-zone gesture
@@ -91,7 +97,9 @@ void ZonesViewModel::zoneGestureDidEnd(const ZoneGestureEvent& event, bool cance
     const std::vector<std::shared_ptr<Zone>> zones = highlightedZones();
     clearHighlights();
     if (zones.empty()) {
-        qCDebug(lcOverlay) << "No highlighted zones";
+        // Every screen's overlay sees the end; only the one under the pointer has news.
+        if (m_engine.isCursorOnScreen(m_screen))
+            qCDebug(lcOverlay).noquote() << "Released over no zone of" << m_screen.name() << "- nothing snapped";
         return;
     }
     if (!event.dragEvent || !event.dragEvent->window) {

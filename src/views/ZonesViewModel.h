@@ -33,6 +33,9 @@ public:
     // Where a zone is drawn: the rectangle a window snapped into it takes, in layout
     // space (which is the overlay's own space), with the current gaps.
     QRectF frameOf(const Zone& zone) const;
+    // The overlay's extent in layout space: the screen's visible frame size (empty while
+    // the screen is not connected).
+    QSizeF canvasSize() const;
 
     // Follows the gesture from now on; highlights left over from an earlier gesture
     // are cleared first.

@@ -2,6 +2,7 @@
 
 #include "core/Logging.h"
 #include "platform/DesktopEffects.h"
+#include "views/DesktopGeometry.h"
 #include "views/ZonesView.h"
 #include "views/ZonesViewModel.h"
 
@@ -15,6 +16,7 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
         // task bars.
         Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
             | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
+    , m_desktopFrame(frame)
     , m_viewModel(viewModel.release())
     , m_view(new ZonesView(*m_viewModel, settings, this))
     , m_fadeIn(new QPropertyAnimation(this, "windowOpacity", this))
@@ -29,7 +31,9 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
     setAttribute(Qt::WA_ShowWithoutActivating);
     setWindowTitle(QStringLiteral("Parqueta zones"));
 
-    setGeometry(frame);
+    // Qt places windows in its own logical pixels, which differ from the window
+    // manager's at any device-pixel ratio but 1.
+    setGeometry(DesktopGeometry::toLogical(frame));
     m_view->setGeometry(rect());
 
     m_fadeIn->setDuration(kFadeInMs);

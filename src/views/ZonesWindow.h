@@ -33,6 +33,8 @@ public:
     ZonesView& view() const { return *m_view; }
     const Screen& screen() const;
     const std::shared_ptr<Layout>& layout() const;
+    // The visible frame it was placed over, in desktop space.
+    const QRect& desktopFrame() const { return m_desktopFrame; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -43,6 +45,7 @@ private:
     void setTranslucent(bool translucent);
     void updateMask();
 
+    QRect m_desktopFrame;
     ZonesViewModel* m_viewModel; // child QObject
     ZonesView* m_view;
     QPropertyAnimation* m_fadeIn;

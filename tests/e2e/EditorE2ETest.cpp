@@ -162,6 +162,34 @@ TEST_P(EditorTest, LayoutShortcutActivatesTheLayoutAndFlashesItsBorders)
     EXPECT_EQ(read->zonesOn(kLeft).size(), 3) << "the shortcut made the layout active";
 }
 
+// Qt scaled by 2 (as with Xft.dpi 192): Qt's logical pixels are then half the window
+// manager's, and every window placed over a visible frame must still cover exactly it.
+TEST_P(EditorTest, AtPixelRatioTwoOverlaysAndTheEditorCoverExactlyTheirScreens)
+{
+    qputenv("QT_SCALE_FACTOR", "2");
+    startParqueta();
+    qunsetenv("QT_SCALE_FACTOR");
+    ASSERT_FALSE(HasFatalFailure());
+    startProbes();
+    const xcb_window_t plain = plainWindow(QStringLiteral("scaled"));
+    const QList<QRect> visible {zones.visibleFrame(kLeft)->toRect(), zones.visibleFrame(QStringLiteral("RIGHT"))->toRect()};
+    QList<QRect> seen;
+    DragOptions options;
+    options.beforeRelease = [&] { seen = overlays.mappedGeometries(); };
+    // xfwm4 sees one head on this server: windows are snapped on the first monitor.
+    driver.drag(plain, zones.dropPoint(kLeft, QStringLiteral("2")), options);
+    EXPECT_EQ(seen, visible);
+    EXPECT_TRUE(driver.waitForFrame(plain, frame(kLeft, QStringLiteral("2"))))
+        << "got " << frameText(plain);
+
+    driver.input().moveTo(visible[1].center().x(), visible[1].center().y());
+    ASSERT_EQ(ParquetaProcess::launchAgain({QStringLiteral("--edit-layout")}), std::optional<int>(0));
+    ASSERT_TRUE(editor.waitForShown(1)) << log();
+    EXPECT_EQ(editor.mappedGeometries(), (QList<QRect> {visible[1]}));
+    driver.input().tap(Keysym::Escape);
+    EXPECT_TRUE(editor.waitForHidden()) << log();
+}
+
 INSTANTIATE_TEST_SUITE_P(WindowManagers, EditorTest,
     ::testing::Values(WindowManagerKind::Openbox, WindowManagerKind::Metacity, WindowManagerKind::Xfwm4),
     [](const ::testing::TestParamInfo<WindowManagerKind>& param) { return std::string(name(param.param)); });
