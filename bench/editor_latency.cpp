@@ -62,16 +62,40 @@ namespace {
 
 using Bench::Clock;
 
-double residentMb()
+// VmRSS and its parts from /proc/self/status, in MB: heap and other private memory,
+// mapped files (libraries, font caches), shared memory (backing stores shared with X).
+struct Resident
 {
+    double total = 0, anon = 0, file = 0, shmem = 0;
+};
+
+Resident resident()
+{
+    Resident r;
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
-        return 0;
+        return r;
     for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).simplified().split(' ').value(0).toDouble() / 1024.0;
+        const QList<QByteArray> parts = line.simplified().split(' ');
+        if (parts.size() < 2)
+            continue;
+        const double mb = parts[1].toDouble() / 1024.0;
+        if (parts[0] == "VmRSS:")
+            r.total = mb;
+        else if (parts[0] == "RssAnon:")
+            r.anon = mb;
+        else if (parts[0] == "RssFile:")
+            r.file = mb;
+        else if (parts[0] == "RssShmem:")
+            r.shmem = mb;
     }
-    return 0;
+    return r;
+}
+
+void printResident(const char* when, const Resident& r, const Resident& before)
+{
+    std::printf("  %-44s %5.1f MB (%+.1f): private %.1f, files %.1f, shared memory %.1f\n", when, r.total,
+        r.total - before.total, r.anon, r.file, r.shmem);
 }
 
 double processCpuSeconds()
@@ -170,7 +194,7 @@ int main(int argc, char** argv)
     XTestInput xtest;
     const auto pump = [](int ms) { Bench::runUntil([] { return false; }, ms); };
     pump(500);
-    const double rssBefore = residentMb();
+    const Resident rssBefore = resident();
 
     // Opens the editor and waits for its first paint; the three times are from the request.
     struct Opened
@@ -232,7 +256,7 @@ int main(int argc, char** argv)
     // --- The editor appears ---------------------------------------------------------------
     measureAppearance(preset, 1, "Editor, the first one of this process (preset layout):");
     pump(1000);
-    const double rssAfterFirst = residentMb();
+    const Resident rssAfterFirst = resident();
     measureAppearance(preset, reps, "Editor: showEditor() -> canvas painted (preset layout), then Escape:");
     if (escapeMissed)
         std::printf("  Escape closed no editor %d times (closed with close())\n", escapeMissed);
@@ -418,13 +442,14 @@ int main(int argc, char** argv)
 
     // --- Idle once every editor is closed --------------------------------------------------
     pump(1500);
-    const double rssAfter = residentMb();
-    std::printf("\nResident memory: %.1f MB before the first editor, %.1f MB 1 s after it closed, %.1f MB after "
-                "all of the above (%+.1f MB)\n",
-        rssBefore, rssAfterFirst, rssAfter, rssAfter - rssBefore);
+    const Resident rssAfter = resident();
+    std::printf("\nResident memory (VmRSS), against before the first editor:\n");
+    printResident("before the first editor", rssBefore, rssBefore);
+    printResident("1 s after the first editor closed", rssAfterFirst, rssBefore);
+    printResident("after all of the above, 1.5 s idle", rssAfter, rssBefore);
     // What of the difference is free memory the C library keeps rather than memory in use.
     malloc_trim(0);
-    std::printf("  after malloc_trim(0): %.1f MB (%+.1f MB)\n", residentMb(), residentMb() - rssBefore);
+    printResident("then after malloc_trim(0)", resident(), rssBefore);
 
     long loopWakeups = 0;
     QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, [&] { ++loopWakeups; });
