@@ -133,28 +133,22 @@ void printStages(const char* title, const std::vector<double>& total, const std:
     std::printf("  stages, from the request:\n");
     Bench::print("  request returned (window shown)", Bench::stats(returned), true);
     Bench::print("  window exposed by the server (mapped)", Bench::stats(exposed), true);
-    Bench::print("  painting the view", Bench::stats(clock.paintUs), true);
-    Bench::print("  the event that paints (flush included)", Bench::stats(clock.paintingEventUs), true);
-    clock.paintUs.clear();
-    clock.paintingEventUs.clear();
+    clock.printPaints("  painting the view");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const bool composited = Bench::argument(argc, argv, "--compositor", 0) != 0;
     const int reps = Bench::argument(argc, argv, "--reps", 200);
+    const int idleSeconds = Bench::argument(argc, argv, "--idle", 20);
     const int rate = Bench::argument(argc, argv, "--rate", 1000);
     const int seconds = Bench::argument(argc, argv, "--seconds", 3);
-    const bool composited = Bench::argument(argc, argv, "--compositor", 0) != 0;
-    const int idleSeconds = Bench::argument(argc, argv, "--idle", 20);
 
     VirtualDesktop desktop;
-    if (!desktop.start()) {
-        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+    if (!Bench::startDesktop(desktop))
         return 1;
-    }
-    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
     Bench::PaintClock qtApp(argc, argv);
     qtApp.isView = [](const QObject* o) {
         return qobject_cast<const ZoneEditorView*>(o) || qobject_cast<const LayoutBordersView*>(o);
@@ -162,9 +156,7 @@ int main(int argc, char** argv)
     qtApp.isWindow = [](const QWidget* w) {
         return qobject_cast<const ZoneEditorWindow*>(w) || qobject_cast<const LayoutBordersWindow*>(w);
     };
-    if (!desktop.startWindowManager(WindowManagerKind::Openbox))
-        return 1;
-    if (composited && !desktop.startCompositor(CompositorKind::Xcompmgr))
+    if (!Bench::startSession(desktop, composited))
         return 1;
 
     std::unique_ptr<Platform> platform = createPlatform();
@@ -204,24 +196,23 @@ int main(int argc, char** argv)
     };
     const auto openEditor = [&](const std::shared_ptr<Layout>& layout) {
         Opened opened;
-        Clock::time_point at;
-        Clock::time_point exposedAt;
-        qtApp.onPainted = [&](QWidget* view, Clock::time_point when) {
-            if (!opened.painted && qobject_cast<ZoneEditorView*>(view)) {
-                opened.painted = true;
-                at = when;
+        Clock::time_point requested, exposedAt;
+        const std::optional<double> us = qtApp.timeUntilPainted(
+            [&] {
+                requested = Clock::now();
+                editors.showEditor(*left, layout);
+                opened.returnedUs = Bench::microseconds(requested, Clock::now());
+            },
+            [&](QWidget* view) {
                 // The editor is painted again when it takes the focus, often in the
                 // same turn of the loop: the expose that counts is the one before this.
                 exposedAt = qtApp.lastExposed;
-            }
-        };
-        const Clock::time_point t0 = Clock::now();
-        editors.showEditor(*left, layout);
-        opened.returnedUs = Bench::microseconds(t0, Clock::now());
-        Bench::runUntil([&] { return opened.painted; }, 2000);
-        qtApp.onPainted = nullptr;
-        opened.us = Bench::microseconds(t0, at);
-        opened.exposedUs = Bench::microseconds(t0, exposedAt);
+                return qobject_cast<ZoneEditorView*>(view) != nullptr;
+            },
+            2000);
+        opened.painted = us.has_value();
+        opened.us = us.value_or(0);
+        opened.exposedUs = Bench::microseconds(requested, exposedAt);
         return opened;
     };
     // Escape as the user closes it; close() only when Escape did not.
@@ -327,8 +318,7 @@ int main(int argc, char** argv)
         std::printf("\nPreview line: pointer moved over the canvas at %d events/s for %d s:\n", rate, seconds);
         Bench::print("motion sent -> view model has it", Bench::stats(lateUs));
         Bench::print("motion sent -> canvas repainted", Bench::stats(repaintUs), true);
-        Bench::print("  painting the canvas", Bench::stats(qtApp.paintUs), true);
-        Bench::print("  the event that paints (flush included)", Bench::stats(qtApp.paintingEventUs), true);
+        qtApp.printPaints("  painting the canvas");
         std::printf("  sent %ld; the view model reacted %ld times (%ld motions coalesced by Qt, %ld not matched);\n",
             sent.load(), handled, coalesced, unmatched);
         std::printf("  the last motion %s\n",
@@ -339,8 +329,6 @@ int main(int argc, char** argv)
         std::printf("  backlog: at most %ld motions sent but not yet handled (XTest in flight included)\n", maxBacklog);
         std::printf("  main-thread CPU: %.1f%% of one core, %.1f us per handled motion (repaints included)\n",
             100.0 * cpu / seconds, handled ? cpu * 1e6 / static_cast<double>(handled) : 0.0);
-        qtApp.paintUs.clear();
-        qtApp.paintingEventUs.clear();
         closeEditor();
     }
 
@@ -349,28 +337,28 @@ int main(int argc, char** argv)
         std::vector<double> total, returned, exposed;
         int missed = 0;
         for (int i = 0; i < count; ++i) {
-            bool painted = false;
-            Clock::time_point at, exposedAt;
-            qtApp.onPainted = [&](QWidget* view, Clock::time_point when) {
-                if (!painted && qobject_cast<LayoutBordersView*>(view)) {
-                    painted = true;
-                    at = when;
+            Clock::time_point requested, exposedAt;
+            QPointer<LayoutBordersWindow> window;
+            double returnedUs = 0;
+            const std::optional<double> us = qtApp.timeUntilPainted(
+                [&] {
+                    requested = Clock::now();
+                    window = LayoutBordersWindow::create(layout, screens, settings, platform->desktopEffects());
+                    if (window)
+                        window->flash();
+                    returnedUs = Bench::microseconds(requested, Clock::now());
+                },
+                [&](QWidget* view) {
                     exposedAt = qtApp.lastExposed;
-                }
-            };
-            const Clock::time_point t0 = Clock::now();
-            const QPointer<LayoutBordersWindow> window
-                = LayoutBordersWindow::create(layout, screens, settings, platform->desktopEffects());
-            if (window)
-                window->flash();
-            const double returnedUs = Bench::microseconds(t0, Clock::now());
-            if (window && Bench::runUntil([&] { return painted; }, 1000)) {
-                total.push_back(Bench::microseconds(t0, at));
+                    return qobject_cast<LayoutBordersView*>(view) != nullptr;
+                },
+                1000);
+            if (us) {
+                total.push_back(*us);
                 returned.push_back(returnedUs);
-                exposed.push_back(Bench::microseconds(t0, exposedAt));
+                exposed.push_back(Bench::microseconds(requested, exposedAt));
             } else
                 ++missed;
-            qtApp.onPainted = nullptr;
             // The flash would close itself at 0.5 s; closing it at once keeps the run short.
             if (window)
                 window->close();
@@ -407,32 +395,20 @@ int main(int argc, char** argv)
         int missed = 0;
         viewModel.beginBorderDrag(rootBorder);
         for (int i = 0; i < reps; ++i) {
-            bool painted = false;
-            Clock::time_point at;
-            qtApp.onPainted = [&](QWidget* view, Clock::time_point when) {
-                if (!painted && qobject_cast<ZoneEditorView*>(view)) {
-                    painted = true;
-                    at = when;
-                }
-            };
             // Every step lands somewhere new, up to 40 px either side of where it began.
             const double translation = 2.0 * (i % 41) - 40.0;
-            const Clock::time_point t0 = Clock::now();
-            viewModel.dragBorder(translation);
-            if (Bench::runUntil([&] { return painted; }, 1000))
-                dragUs.push_back(Bench::microseconds(t0, at));
+            const std::optional<double> us = qtApp.timeUntilPainted([&] { viewModel.dragBorder(translation); },
+                [](QWidget* view) { return qobject_cast<ZoneEditorView*>(view) != nullptr; }, 1000);
+            if (us)
+                dragUs.push_back(*us);
             else
                 ++missed;
-            qtApp.onPainted = nullptr;
             pump(1);
         }
         viewModel.endBorderDrag();
         std::printf("\nBorder drag, 64 zones: the root border moved one step -> canvas repainted:\n");
         Bench::print("step -> painted", Bench::stats(dragUs), true);
-        Bench::print("  painting the canvas", Bench::stats(qtApp.paintUs), true);
-        Bench::print("  the event that paints (flush included)", Bench::stats(qtApp.paintingEventUs), true);
-        qtApp.paintUs.clear();
-        qtApp.paintingEventUs.clear();
+        qtApp.printPaints("  painting the canvas");
         if (missed)
             std::printf("  %d steps were not repainted within 1 s\n", missed);
         closeEditor();

@@ -158,17 +158,12 @@ int main(int argc, char** argv)
     }
 
     VirtualDesktop desktop;
-    if (!desktop.start()) {
-        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+    if (!Bench::startDesktop(desktop))
         return 1;
-    }
-    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
     Bench::PaintClock qtApp(argc, argv);
     qtApp.isView = [](const QObject* o) { return qobject_cast<const ZonesView*>(o) != nullptr; };
     qtApp.isWindow = [](const QWidget* w) { return qobject_cast<const ZonesWindow*>(w) != nullptr; };
-    if (!desktop.startWindowManager(WindowManagerKind::Openbox))
-        return 1;
-    if (composited && !desktop.startCompositor(CompositorKind::Xcompmgr))
+    if (!Bench::startSession(desktop, composited))
         return 1;
     const xcb_window_t client = desktop.startPlainWindow(QStringLiteral("bench"), QRect(300, 300, 400, 300));
     if (client == XCB_WINDOW_NONE)
@@ -285,10 +280,7 @@ int main(int argc, char** argv)
         Bench::print("  Shift seen by the application", Bench::stats(shiftSeenUs), true);
         Bench::print("  last overlay window shown", Bench::stats(shownUs), true);
         Bench::print("  last overlay window exposed", Bench::stats(exposedUs), true);
-        Bench::print("  painting one view", Bench::stats(qtApp.paintUs), true);
-        Bench::print("  the event that paints (flush included)", Bench::stats(qtApp.paintingEventUs), true);
-        qtApp.paintUs.clear();
-        qtApp.paintingEventUs.clear();
+        qtApp.printPaints("  painting one view");
         if (missed)
             std::printf("  %d repetitions showed no overlay within 2 s\n", missed);
     }
@@ -312,21 +304,14 @@ int main(int argc, char** argv)
         for (int i = 0; i < reps; ++i) {
             const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
             const long changesBefore = highlightChanges;
-            bool repainted = false;
-            Clock::time_point paintedAt;
-            qtApp.onPainted = [&](QWidget* view, Clock::time_point at) {
-                if (highlightChanges != changesBefore && screenOf(view) == left->name()) {
-                    repainted = true;
-                    paintedAt = at;
-                }
-            };
-            const Clock::time_point t0 = Clock::now();
-            xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
-            if (Bench::runUntil([&] { return repainted; }, 1000))
-                highlightUs.push_back(Bench::microseconds(t0, paintedAt));
+            const std::optional<double> us = qtApp.timeUntilPainted(
+                [&] { xtest.moveTo(qRound(target.center.x()), qRound(target.center.y())); },
+                [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
+                1000);
+            if (us)
+                highlightUs.push_back(*us);
             else
                 ++missed;
-            qtApp.onPainted = nullptr;
             pump(5);
         }
         std::printf("\nHighlight: pointer moved into another zone -> overlay repainted:\n");

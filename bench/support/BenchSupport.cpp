@@ -1,5 +1,6 @@
 #include "BenchSupport.h"
 
+#include "VirtualDesktop.h"
 #include "XTestInput.h"
 
 #include <QCoreApplication>
@@ -47,6 +48,22 @@ void print(const char* what, const Stats& s, bool inMilliseconds)
         std::printf("  %-40s n=%5zu  median %8.1f us  p99 %8.1f us  max %8.1f us\n", what, s.n, s.median, s.p99, s.max);
     }
     std::fflush(stdout);
+}
+
+bool startDesktop(VirtualDesktop& desktop)
+{
+    if (!desktop.start()) {
+        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return false;
+    }
+    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
+    return true;
+}
+
+bool startSession(VirtualDesktop& desktop, bool composited)
+{
+    return desktop.startWindowManager(WindowManagerKind::Openbox)
+        && (!composited || desktop.startCompositor(CompositorKind::Xcompmgr));
 }
 
 int argument(int argc, char** argv, const char* name, int fallback)

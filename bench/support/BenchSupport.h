@@ -16,6 +16,8 @@
 
 #include <sys/types.h>
 
+class VirtualDesktop;
+
 namespace Bench {
 
 using Clock = std::chrono::steady_clock;
@@ -34,6 +36,13 @@ Stats stats(std::vector<double> samples);
 // "  <what> n=... median ... p99 ... max ..." in microseconds, or in milliseconds when
 // inMilliseconds (the samples stay in microseconds).
 void print(const char* what, const Stats& s, bool inMilliseconds = false);
+
+// Xvfb with two monitors for this process, to be called before its QApplication exists,
+// with Parqueta's own log lines quietened (they would drown the figures). Says why on
+// stderr when it fails.
+bool startDesktop(VirtualDesktop& desktop);
+// openbox, and xcompmgr when composited, once the QApplication exists.
+bool startSession(VirtualDesktop& desktop, bool composited);
 
 // The number after `name` on the command line, else fallback.
 int argument(int argc, char** argv, const char* name, int fallback);

@@ -50,6 +50,34 @@ bool PaintClock::notify(QObject* receiver, QEvent* event)
     return result;
 }
 
+std::optional<double> PaintClock::timeUntilPainted(
+    const std::function<void()>& request, const std::function<bool(QWidget*)>& done, int timeoutMs)
+{
+    bool finished = false;
+    Clock::time_point at;
+    onPainted = [&](QWidget* view, Clock::time_point when) {
+        if (!finished && done(view)) {
+            finished = true;
+            at = when;
+        }
+    };
+    const Clock::time_point t0 = Clock::now();
+    request();
+    runUntil([&] { return finished; }, timeoutMs);
+    onPainted = nullptr;
+    if (!finished)
+        return std::nullopt;
+    return microseconds(t0, at);
+}
+
+void PaintClock::printPaints(const char* what)
+{
+    print(what, stats(paintUs), true);
+    print("  the event that paints (flush included)", stats(paintingEventUs), true);
+    paintUs.clear();
+    paintingEventUs.clear();
+}
+
 void PaintClock::syncWithServer()
 {
     auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();

@@ -8,6 +8,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace Bench {
@@ -35,6 +36,16 @@ public:
     std::vector<double> paintUs, paintingEventUs;
 
     bool notify(QObject* receiver, QEvent* event) override;
+
+    // Makes the request, then runs the event loop until done() accepts a painted view or
+    // timeoutMs pass; returns the time from the request to that paint in microseconds,
+    // or nothing.
+    std::optional<double> timeUntilPainted(
+        const std::function<void()>& request, const std::function<bool(QWidget*)>& done, int timeoutMs);
+
+    // Prints paintUs as `what` and paintingEventUs under it, in milliseconds, and starts
+    // both afresh.
+    void printPaints(const char* what);
 
     // A round trip on Qt's own connection to the X server.
     static void syncWithServer();
