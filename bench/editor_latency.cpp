@@ -62,7 +62,7 @@ namespace {
 
 using Bench::Clock;
 
-// VmRSS and its parts from /proc/self/status, in MB: heap and other private memory,
+// VmRSS from /proc/self/status and what it is made of, in MB: heap and other private memory,
 // mapped files (libraries, font caches), shared memory (backing stores shared with X).
 struct Resident
 {
@@ -76,17 +76,17 @@ Resident resident()
     if (!status.open(QIODevice::ReadOnly))
         return r;
     for (const QByteArray& line : status.readAll().split('\n')) {
-        const QList<QByteArray> parts = line.simplified().split(' ');
-        if (parts.size() < 2)
+        const QList<QByteArray> fields = line.simplified().split(' ');
+        if (fields.size() < 2)
             continue;
-        const double mb = parts[1].toDouble() / 1024.0;
-        if (parts[0] == "VmRSS:")
+        const double mb = fields[1].toDouble() / 1024.0;
+        if (fields[0] == "VmRSS:")
             r.total = mb;
-        else if (parts[0] == "RssAnon:")
+        else if (fields[0] == "RssAnon:")
             r.anon = mb;
-        else if (parts[0] == "RssFile:")
+        else if (fields[0] == "RssFile:")
             r.file = mb;
-        else if (parts[0] == "RssShmem:")
+        else if (fields[0] == "RssShmem:")
             r.shmem = mb;
     }
     return r;
