@@ -24,6 +24,7 @@
 // a window only once the server has exposed it, so painted implies mapped.
 #include "BenchSupport.h"
 #include "ConfigureWatcher.h"
+#include "PaintClock.h"
 #include "SplitTrees.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
@@ -44,7 +45,6 @@
 
 #include <QApplication>
 #include <QPainter>
-#include <QPointer>
 #include <QSet>
 #include <QWindow>
 
@@ -65,69 +65,7 @@ using Bench::Clock;
 
 constexpr uint32_t kShift = 0xffe1;
 
-// Sees every event the application handles; when the outermost event whose handling
-// painted a zone view is over, syncs with the X server and reports the views painted.
-class PaintClock final : public QApplication
-{
-public:
-    using QApplication::QApplication;
-
-    std::function<void(ZonesView*, Clock::time_point)> onPainted;
-    // Stages on the way to the first paint: the last ZonesWindow shown (QWidget::show()
-    // returned) and the last one exposed by the server.
-    Clock::time_point lastShown, lastExposed;
-    // How long painting one zone view takes, and the whole event it happens in (the
-    // backing store's flush to the server included).
-    std::vector<double> paintUs, paintingEventUs;
-
-    bool notify(QObject* receiver, QEvent* event) override
-    {
-        ++m_depth;
-        if (event->type() == QEvent::Paint) {
-            if (auto* view = qobject_cast<ZonesView*>(receiver))
-                m_painted.append(view);
-        }
-        if (event->type() == QEvent::Expose && receiver->isWindowType()) {
-            for (QWidget* widget : QApplication::topLevelWidgets()) {
-                if (widget->windowHandle() == receiver && qobject_cast<ZonesWindow*>(widget))
-                    lastExposed = Clock::now();
-            }
-        }
-        const Clock::time_point began = Clock::now();
-        const bool result = QApplication::notify(receiver, event);
-        if (event->type() == QEvent::Paint && qobject_cast<ZonesView*>(receiver))
-            paintUs.push_back(Bench::microseconds(began, Clock::now()));
-        if (m_depth == 1 && !m_painted.isEmpty())
-            paintingEventUs.push_back(Bench::microseconds(began, Clock::now()));
-        if (event->type() == QEvent::Show && qobject_cast<ZonesWindow*>(receiver))
-            lastShown = Clock::now();
-        if (--m_depth == 0 && !m_painted.isEmpty()) {
-            syncWithServer();
-            const Clock::time_point now = Clock::now();
-            const QList<QPointer<ZonesView>> painted = std::exchange(m_painted, {});
-            for (const QPointer<ZonesView>& view : painted) {
-                if (view && onPainted)
-                    onPainted(view.data(), now);
-            }
-        }
-        return result;
-    }
-
-private:
-    static void syncWithServer()
-    {
-        auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
-        if (!x11)
-            return;
-        xcb_connection_t* c = x11->connection();
-        std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
-    }
-
-    int m_depth = 0;
-    QList<QPointer<ZonesView>> m_painted;
-};
-
-QString screenOf(const ZonesView* view)
+QString screenOf(const QWidget* view)
 {
     const auto* window = qobject_cast<const ZonesWindow*>(view->window());
     return window ? window->screen().name() : QString();
@@ -220,15 +158,12 @@ int main(int argc, char** argv)
     }
 
     VirtualDesktop desktop;
-    if (!desktop.start()) {
-        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+    if (!Bench::startDesktop(desktop))
         return 1;
-    }
-    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
-    PaintClock qtApp(argc, argv);
-    if (!desktop.startWindowManager(WindowManagerKind::Openbox))
-        return 1;
-    if (composited && !desktop.startCompositor(CompositorKind::Xcompmgr))
+    Bench::PaintClock qtApp(argc, argv);
+    qtApp.isView = [](const QObject* o) { return qobject_cast<const ZonesView*>(o) != nullptr; };
+    qtApp.isWindow = [](const QWidget* w) { return qobject_cast<const ZonesWindow*>(w) != nullptr; };
+    if (!Bench::startSession(desktop, composited))
         return 1;
     const xcb_window_t client = desktop.startPlainWindow(QStringLiteral("bench"), QRect(300, 300, 400, 300));
     if (client == XCB_WINDOW_NONE)
@@ -314,7 +249,7 @@ int main(int argc, char** argv)
         for (int i = 0; i < reps; ++i) {
             QSet<QString> painted;
             Clock::time_point last;
-            qtApp.onPainted = [&](ZonesView* view, Clock::time_point at) {
+            qtApp.onPainted = [&](QWidget* view, Clock::time_point at) {
                 painted.insert(screenOf(view));
                 last = at;
             };
@@ -345,10 +280,7 @@ int main(int argc, char** argv)
         Bench::print("  Shift seen by the application", Bench::stats(shiftSeenUs), true);
         Bench::print("  last overlay window shown", Bench::stats(shownUs), true);
         Bench::print("  last overlay window exposed", Bench::stats(exposedUs), true);
-        Bench::print("  painting one view", Bench::stats(qtApp.paintUs), true);
-        Bench::print("  the event that paints (flush included)", Bench::stats(qtApp.paintingEventUs), true);
-        qtApp.paintUs.clear();
-        qtApp.paintingEventUs.clear();
+        qtApp.printPaints("  painting one view");
         if (missed)
             std::printf("  %d repetitions showed no overlay within 2 s\n", missed);
     }
@@ -372,21 +304,14 @@ int main(int argc, char** argv)
         for (int i = 0; i < reps; ++i) {
             const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
             const long changesBefore = highlightChanges;
-            bool repainted = false;
-            Clock::time_point paintedAt;
-            qtApp.onPainted = [&](ZonesView* view, Clock::time_point at) {
-                if (highlightChanges != changesBefore && screenOf(view) == left->name()) {
-                    repainted = true;
-                    paintedAt = at;
-                }
-            };
-            const Clock::time_point t0 = Clock::now();
-            xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
-            if (Bench::runUntil([&] { return repainted; }, 1000))
-                highlightUs.push_back(Bench::microseconds(t0, paintedAt));
+            const std::optional<double> us = qtApp.timeUntilPainted(
+                [&] { xtest.moveTo(qRound(target.center.x()), qRound(target.center.y())); },
+                [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
+                1000);
+            if (us)
+                highlightUs.push_back(*us);
             else
                 ++missed;
-            qtApp.onPainted = nullptr;
             pump(5);
         }
         std::printf("\nHighlight: pointer moved into another zone -> overlay repainted:\n");
@@ -481,8 +406,7 @@ int main(int argc, char** argv)
             const bool done = Bench::runUntil(
                 [&] { return std::all_of(windows.begin(), windows.end(), [](const auto& w) { return w->painted; }); },
                 2000);
-            if (auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
-                std::free(xcb_get_input_focus_reply(x11->connection(), xcb_get_input_focus(x11->connection()), nullptr));
+            Bench::PaintClock::syncWithServer();
             return done;
         };
         const auto newWindows = [&](bool translucent) {

@@ -22,8 +22,6 @@
 #include "VirtualDesktop.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QLoggingCategory>
 #include <QMap>
 
@@ -69,57 +67,21 @@ bool hasViewableWindowOf(xcb_connection_t* c, xcb_window_t ancestor, pid_t pid, 
     return found;
 }
 
-struct ThreadSwitches
-{
-    QString name;
-    qint64 switches = 0; // voluntary + involuntary
-};
-
-// Context switches of every thread of a process, by thread id: a sleeping thread that
-// wakes up switches in once, so their growth counts wakeups.
-QMap<QString, ThreadSwitches> threadSwitches(pid_t pid)
-{
-    QMap<QString, ThreadSwitches> result;
-    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
-    for (const QString& tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile status(tasks + QLatin1Char('/') + tid + QStringLiteral("/status"));
-        if (!status.open(QIODevice::ReadOnly))
-            continue;
-        ThreadSwitches entry;
-        for (const QByteArray& line : status.readAll().split('\n')) {
-            const QList<QByteArray> parts = line.simplified().split(' ');
-            if (parts.size() < 2)
-                continue;
-            if (parts[0] == "Name:")
-                entry.name = QString::fromUtf8(parts.mid(1).join(' '));
-            else if (parts[0] == "voluntary_ctxt_switches:" || parts[0] == "nonvoluntary_ctxt_switches:")
-                entry.switches += parts[1].toLongLong();
-        }
-        result.insert(tid, entry);
-    }
-    return result;
-}
-
 // CPU and wakeups of the process over `seconds` of doing nothing, per thread.
 void measureIdle(ParquetaProcess& parqueta, int seconds, const char* title)
 {
     const std::optional<ProcessSample> before = parqueta.sample();
-    const QMap<QString, ThreadSwitches> threadsBefore = threadSwitches(parqueta.pid());
+    const QMap<QString, Bench::ThreadSwitches> threadsBefore = Bench::threadSwitches(parqueta.pid());
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     const std::optional<ProcessSample> after = parqueta.sample();
-    const QMap<QString, ThreadSwitches> threadsAfter = threadSwitches(parqueta.pid());
+    const QMap<QString, Bench::ThreadSwitches> threadsAfter = Bench::threadSwitches(parqueta.pid());
     if (!before || !after) {
         std::printf("  no /proc figures: %s\n", qPrintable(parqueta.lastError()));
         return;
     }
-    qint64 wakeups = 0;
-    QStringList busy;
-    for (auto it = threadsAfter.cbegin(); it != threadsAfter.cend(); ++it) {
-        const qint64 grown = it->switches - threadsBefore.value(it.key()).switches;
-        wakeups += grown;
-        if (grown > 0)
-            busy << QStringLiteral("%1 (%2): %3").arg(it->name, it.key()).arg(grown);
-    }
+    const Bench::Wakeups woke = Bench::wakeupsBetween(threadsBefore, threadsAfter);
+    const qint64 wakeups = woke.total;
+    const QStringList& busy = woke.threads;
     const double cpu = after->cpuSeconds - before->cpuSeconds;
     std::printf("\n%s, %d s:\n", title, seconds);
     std::printf("  CPU %.1f ms (%.4f%% of one core); %lld wakeups (%.2f per second) in %lld threads\n", cpu * 1000,

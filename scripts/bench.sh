@@ -11,9 +11,9 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${BENCH_BUILD:-$root/build-bench}"
 fuzz_seconds="${FUZZ_SECONDS:-20}"
 
-reps=200 idle=60 gestures=1000 starts=20 drag_idle=30
+reps=200 idle=60 gestures=1000 starts=20 drag_idle=30 editor_idle=20
 if [[ "${1:-}" == "--quick" ]]; then
-  reps=40 idle=10 gestures=100 starts=5 drag_idle=10
+  reps=40 idle=10 gestures=100 starts=5 drag_idle=10 editor_idle=5
 fi
 
 "$root/scripts/setup.sh" "$build" -DPARQUETA_BUILD_BENCH=ON
@@ -62,6 +62,11 @@ echo
 echo "== bench_gesture with 64 zones per screen (overlay, highlight, events), without and with xcompmgr"
 run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh
 run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor 1
+
+echo
+echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"
+run "$build/bench/bench_editor" --reps "$reps" --rate 1000 --seconds 3 --idle "$editor_idle"
+run "$build/bench/bench_editor" --reps "$reps" --rate 1000 --seconds 3 --idle "$editor_idle" --compositor 1
 
 echo
 echo "== bench_process: the real parqueta executable (start-up, idle, memory, snaps from outside)"

@@ -1,8 +1,11 @@
 #include "BenchSupport.h"
 
+#include "VirtualDesktop.h"
 #include "XTestInput.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -47,6 +50,22 @@ void print(const char* what, const Stats& s, bool inMilliseconds)
     std::fflush(stdout);
 }
 
+bool startDesktop(VirtualDesktop& desktop)
+{
+    if (!desktop.start()) {
+        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return false;
+    }
+    qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
+    return true;
+}
+
+bool startSession(VirtualDesktop& desktop, bool composited)
+{
+    return desktop.startWindowManager(WindowManagerKind::Openbox)
+        && (!composited || desktop.startCompositor(CompositorKind::Xcompmgr));
+}
+
 int argument(int argc, char** argv, const char* name, int fallback)
 {
     for (int i = 1; i + 1 < argc; ++i) {
@@ -77,7 +96,39 @@ bool runUntil(const std::function<bool()>& done, int timeoutMs)
     return true;
 }
 
-void driveMotion(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start, int maxMs)
+SendTimes::SendTimes(size_t capacity)
+    : m_stamps(capacity)
+{
+}
+
+void SendTimes::stamp(long i)
+{
+    if (i >= 0 && static_cast<size_t>(i) < m_stamps.size())
+        m_stamps[static_cast<size_t>(i)].store(Clock::now().time_since_epoch().count() + 1, std::memory_order_release);
+}
+
+std::optional<Clock::time_point> SendTimes::at(long i) const
+{
+    if (i < 0 || static_cast<size_t>(i) >= m_stamps.size())
+        return std::nullopt;
+    const Clock::rep ticks = m_stamps[static_cast<size_t>(i)].load(std::memory_order_acquire);
+    if (ticks == 0)
+        return std::nullopt;
+    return Clock::time_point(Clock::duration(ticks - 1));
+}
+
+int motionOffset(long i)
+{
+    // Legs of 400 one-pixel steps, right then left.
+    const long leg = i / 400;
+    const long step = i % 400 + 1;
+    return static_cast<int>(leg % 2 == 0 ? step : 400 - step);
+}
+
+namespace {
+
+void drive(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start, int maxMs,
+    SendTimes* times)
 {
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(maxMs);
     XTestInput xtest;
@@ -90,12 +141,62 @@ void driveMotion(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, boo
     while (!stop.load() && (maxMs <= 0 || Clock::now() < end)) {
         next += period;
         std::this_thread::sleep_until(next);
+        if (times)
+            times->stamp(i);
         xtest.moveBy((i / 400) % 2 == 0 ? 1 : -1, 0);
         ++i;
         sent.store(i);
     }
     if (buttonHeld)
         xtest.release(1);
+}
+
+} // namespace
+
+void driveMotion(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start, int maxMs)
+{
+    drive(sent, stop, rate, buttonHeld, start, maxMs, nullptr);
+}
+
+void driveTimedMotion(std::atomic<long>& sent, std::atomic<bool>& stop, int rate, bool buttonHeld, QPoint start,
+    int maxMs, SendTimes& times)
+{
+    drive(sent, stop, rate, buttonHeld, start, maxMs, &times);
+}
+
+QMap<QString, ThreadSwitches> threadSwitches(pid_t pid)
+{
+    QMap<QString, ThreadSwitches> result;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString& tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile status(tasks + QLatin1Char('/') + tid + QStringLiteral("/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            continue;
+        ThreadSwitches entry;
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            const QList<QByteArray> parts = line.simplified().split(' ');
+            if (parts.size() < 2)
+                continue;
+            if (parts[0] == "Name:")
+                entry.name = QString::fromUtf8(parts.mid(1).join(' '));
+            else if (parts[0] == "voluntary_ctxt_switches:" || parts[0] == "nonvoluntary_ctxt_switches:")
+                entry.switches += parts[1].toLongLong();
+        }
+        result.insert(tid, entry);
+    }
+    return result;
+}
+
+Wakeups wakeupsBetween(const QMap<QString, ThreadSwitches>& before, const QMap<QString, ThreadSwitches>& after)
+{
+    Wakeups result;
+    for (auto it = after.cbegin(); it != after.cend(); ++it) {
+        const qint64 grown = it->switches - before.value(it.key()).switches;
+        result.total += grown;
+        if (grown > 0)
+            result.threads << QStringLiteral("%1 (%2): %3").arg(it->name, it.key()).arg(grown);
+    }
+    return result;
 }
 
 } // namespace Bench
