@@ -16,7 +16,7 @@
 #include "platform/HotkeyBackend.h"
 #include "platform/Platform.h"
 #include "views/AboutWindow.h"
-#include "views/LayoutBordersWindow.h"
+#include "views/LayoutBordersFlasher.h"
 #include "views/ZoneEditorManager.h"
 #include "views/ZoneManagerOverlayEngine.h"
 #include "views/ZonesOverlayFactory.h"
@@ -58,6 +58,7 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_overlays->setEngine(m_overlayEngine.get());
     m_zoneMonitor = std::make_unique<ZoneMonitor>(*m_zones, *m_dragMonitor);
     m_editors = std::make_unique<ZoneEditorManager>(*m_layouts, *m_screens, settings, platform.desktopEffects());
+    m_flasher = std::make_unique<LayoutBordersFlasher>(*m_screens, settings, platform.desktopEffects());
 
     connect(m_statusMenu.get(), &StatusMenu::editorRequested, this, &Application::openEditorUnderPointer);
     connect(m_layouts.get(), &LayoutManager::layoutBordersRequested, this, &Application::flashLayoutBorders);
@@ -142,9 +143,7 @@ void Application::openEditorUnderPointer()
 
 void Application::flashLayoutBorders(const std::shared_ptr<Layout>& layout)
 {
-    if (LayoutBordersWindow* window
-        = LayoutBordersWindow::create(layout, *m_screens, m_settings, m_platform.desktopEffects()))
-        window->flash();
+    m_flasher->flash(layout);
 }
 
 void Application::showAbout()

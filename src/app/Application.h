@@ -7,6 +7,7 @@
 
 class AboutWindow;
 class GlobalShortcuts;
+class LayoutBordersFlasher;
 class LayoutManager;
 class Platform;
 class ScreenManager;
@@ -83,6 +84,7 @@ private:
     std::unique_ptr<ZoneManagerOverlayEngine> m_overlayEngine;
     std::unique_ptr<ZoneMonitor> m_zoneMonitor;
     std::unique_ptr<ZoneEditorManager> m_editors;
+    std::unique_ptr<LayoutBordersFlasher> m_flasher;
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<AboutWindow> m_about;
 };

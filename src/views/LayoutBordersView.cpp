@@ -19,6 +19,12 @@ LayoutBordersView::LayoutBordersView(std::shared_ptr<Layout> layout, const Setti
     setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
+void LayoutBordersView::setLayout(std::shared_ptr<Layout> layout)
+{
+    m_layout = std::move(layout);
+    update();
+}
+
 QColor LayoutBordersView::backgroundColor() const
 {
     return ZoneColors::isDark(palette()) ? QColor::fromRgbF(0, 0, 0, 0.5f) : QColor::fromRgbF(1, 1, 1, 0.5f);

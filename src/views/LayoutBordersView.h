@@ -17,6 +17,7 @@ class LayoutBordersView final : public QWidget
 public:
     LayoutBordersView(std::shared_ptr<Layout> layout, const Settings& settings, QWidget* parent = nullptr);
 
+    void setLayout(std::shared_ptr<Layout> layout);
     // Black at half opacity in a dark appearance, white at half opacity otherwise.
     QColor backgroundColor() const;
     // Without a compositor nothing can be dimmed: only the outline and borders are drawn,

@@ -11,7 +11,7 @@
 #include <QPropertyAnimation>
 #include <QTimer>
 
-LayoutBordersWindow* LayoutBordersWindow::create(const std::shared_ptr<Layout>& layout, ScreenManager& screens,
+std::unique_ptr<LayoutBordersWindow> LayoutBordersWindow::create(const std::shared_ptr<Layout>& layout, ScreenManager& screens,
     const Settings& settings, const DesktopEffects& effects)
 {
     if (!layout || !layout->screen())
@@ -21,7 +21,7 @@ LayoutBordersWindow* LayoutBordersWindow::create(const std::shared_ptr<Layout>& 
         qCDebug(lcOverlay) << "No border flash: screen" << layout->screen()->id() << "is not connected";
         return nullptr;
     }
-    return new LayoutBordersWindow(layout, *frame, settings, effects);
+    return std::make_unique<LayoutBordersWindow>(layout, *frame, settings, effects);
 }
 
 LayoutBordersWindow::LayoutBordersWindow(const std::shared_ptr<Layout>& layout, const QRectF& visibleFrame,
@@ -29,12 +29,12 @@ LayoutBordersWindow::LayoutBordersWindow(const std::shared_ptr<Layout>& layout, 
     : QWidget(nullptr,
         Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
             | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
+    , m_desktopFrame(visibleFrame)
     , m_view(new LayoutBordersView(layout, settings, this))
 {
     const bool translucent = effects.overlaysCanBeTranslucent();
     setAttribute(Qt::WA_TranslucentBackground, translucent);
     setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Parqueta layout borders"));
     m_view->setOpaque(!translucent);
     setGeometry(DesktopGeometry::toLogical(visibleFrame));
@@ -46,6 +46,13 @@ void LayoutBordersWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     m_view->setGeometry(rect());
+    if (!testAttribute(Qt::WA_TranslucentBackground))
+        setMask(m_view->paintedRegion());
+}
+
+void LayoutBordersWindow::setLayout(const std::shared_ptr<Layout>& layout)
+{
+    m_view->setLayout(layout);
     if (!testAttribute(Qt::WA_TranslucentBackground))
         setMask(m_view->paintedRegion());
 }

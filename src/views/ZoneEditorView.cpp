@@ -14,6 +14,7 @@
 #include <QKeySequence>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPaintEvent>
 #include <QPainterPath>
 #include <QToolTip>
 
@@ -43,12 +44,17 @@ ZoneEditorView::ZoneEditorView(ZoneEditorViewModel& viewModel, const Settings& s
 {
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_OpaquePaintEvent, false);
+    // Every pixel is painted (the backdrop with Source composition): nothing to clear first.
+    setAttribute(Qt::WA_OpaquePaintEvent);
     connect(&m_viewModel, &ZoneEditorViewModel::changed, this, [this] {
         update();
         updateCursor();
     });
-    connect(&m_settings, &Settings::changed, this, qOverload<>(&QWidget::update));
+    connect(&m_viewModel, &ZoneEditorViewModel::splitLineChanged, this, &ZoneEditorView::splitLineMoved);
+    connect(&m_settings, &Settings::changed, this, [this] {
+        m_sprites.clear();
+        update();
+    });
 }
 
 ZoneEditorView::~ZoneEditorView() = default;
@@ -80,6 +86,39 @@ QPointF ZoneEditorView::toLayout(QPointF canvasPoint) const
     if (width() <= 0 || height() <= 0 || canvas.width() <= 0 || canvas.height() <= 0)
         return canvasPoint;
     return QPointF(canvasPoint.x() * canvas.width() / width(), canvasPoint.y() * canvas.height() / height());
+}
+
+QRect ZoneEditorView::lineArea() const
+{
+    if (!m_viewModel.showLine() || m_viewModel.splitLine().rect.isNull())
+        return {};
+    return toCanvas(LineView::placed(m_viewModel.splitLine())).toAlignedRect().adjusted(-3, -3, 3, 3);
+}
+
+void ZoneEditorView::splitLineMoved()
+{
+    const QRect now = lineArea();
+    update(QRegion(m_lineArea) + QRegion(now));
+    m_lineArea = now;
+}
+
+const QPixmap& ZoneEditorView::sprite(
+    const QString& key, QSize size, const std::function<void(QPainter&, const QRectF&)>& draw) const
+{
+    const double ratio = devicePixelRatioF();
+    const QString full = key + QLatin1Char('@') + QString::number(ratio);
+    auto it = m_sprites.find(full);
+    if (it == m_sprites.end()) {
+        QPixmap pixmap(size * ratio);
+        pixmap.setDevicePixelRatio(ratio);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        draw(painter, QRectF(QPointF(0, 0), QSizeF(size)));
+        painter.end();
+        it = m_sprites.insert(full, pixmap);
+    }
+    return *it;
 }
 
 QRectF ZoneEditorView::handleRect(const SplitBorder& border) const
@@ -299,6 +338,8 @@ void ZoneEditorView::keyPressEvent(QKeyEvent* event)
 
 bool ZoneEditorView::event(QEvent* event)
 {
+    if (event->type() == QEvent::PaletteChange)
+        m_sprites.clear();
     if (event->type() == QEvent::ToolTip) {
         const auto* help = static_cast<QHelpEvent*>(event);
         const Hit hit = hitAt(help->pos());
@@ -325,8 +366,9 @@ void ZoneEditorView::hideEvent(QHideEvent* event)
     QWidget::hideEvent(event);
 }
 
-void ZoneEditorView::paintEvent(QPaintEvent*)
+void ZoneEditorView::paintEvent(QPaintEvent* event)
 {
+    const QRect dirty = event->rect();
     QPainter painter(this);
     const QColor accent = ZoneColors::borderAccent(m_settings);
     const std::shared_ptr<Layout>& layout = m_viewModel.layout();
@@ -356,6 +398,7 @@ void ZoneEditorView::paintEvent(QPaintEvent*)
         BorderView {border, accent}.paint(painter, toCanvas(border.rect));
 
     // 3. Preview line.
+    m_lineArea = lineArea();
     if (m_viewModel.showLine() && !m_viewModel.splitLine().rect.isNull()) {
         QColor lineColor = accent;
         lineColor.setAlphaF(0.6f);
@@ -367,26 +410,35 @@ void ZoneEditorView::paintEvent(QPaintEvent*)
         LineView {m_viewModel.splitLine(), lineColor}.paint(painter, line);
     }
 
-    // 4. Handles and delete controls.
+    // 4. Handles and delete controls, each drawn once per look and then copied.
     painter.setRenderHint(QPainter::Antialiasing);
+    constexpr int kRing = 6; // room for the focus ring around a handle
     for (const SplitBorder& border : layout->borders()) {
-        HandleView handle;
-        handle.direction = border.splitType;
-        handle.highlighted = m_viewModel.hoveredBorderId() == border.id;
-        handle.focused = focus.kind == ZoneEditorViewModel::FocusItem::Kind::border && focus.index == border.id;
-        handle.color = accent;
-        handle.paint(painter, handleRect(border));
-
+        const QRectF handleAt = handleRect(border);
+        if (dirty.intersects(handleAt.toAlignedRect().adjusted(-kRing, -kRing, kRing, kRing))) {
+            HandleView handle;
+            handle.direction = border.splitType;
+            handle.highlighted = m_viewModel.hoveredBorderId() == border.id;
+            handle.focused = focus.kind == ZoneEditorViewModel::FocusItem::Kind::border && focus.index == border.id;
+            handle.color = accent;
+            const QString key = QStringLiteral("handle-%1-%2-%3")
+                                    .arg(int(handle.direction))
+                                    .arg(int(handle.highlighted))
+                                    .arg(int(handle.focused));
+            const QSize size = handleAt.size().toSize() + QSize(2 * kRing, 2 * kRing);
+            painter.drawPixmap(handleAt.topLeft() - QPointF(kRing, kRing),
+                sprite(key, size, [&](QPainter& p, const QRectF& r) {
+                    handle.paint(p, r.adjusted(kRing, kRing, -kRing, -kRing));
+                }));
+        }
         const QRectF del = deleteRect(border);
-        const bool hot = m_viewModel.hoveringDelete() && m_hover.target == Target::deleteControl
-            && m_hover.borderId == border.id;
-        painter.setPen(QPen(hot ? QColor(Qt::white) : accent, 1.5));
-        painter.setBrush(hot ? QColor(220, 53, 69) : palette().color(QPalette::Base));
-        painter.drawEllipse(del);
-        const double arm = del.width() * 0.2;
-        painter.setPen(QPen(hot ? QColor(Qt::white) : palette().color(QPalette::Text), 2, Qt::SolidLine, Qt::RoundCap));
-        painter.drawLine(del.center() + QPointF(-arm, -arm), del.center() + QPointF(arm, arm));
-        painter.drawLine(del.center() + QPointF(-arm, arm), del.center() + QPointF(arm, -arm));
+        if (dirty.intersects(del.toAlignedRect().adjusted(-2, -2, 2, 2))) {
+            const bool hot = m_viewModel.hoveringDelete() && m_hover.target == Target::deleteControl
+                && m_hover.borderId == border.id;
+            painter.drawPixmap(del.topLeft() - QPointF(2, 2),
+                sprite(QStringLiteral("delete-%1").arg(int(hot)), del.size().toSize() + QSize(4, 4),
+                    [&](QPainter& p, const QRectF& r) { paintDeleteControl(p, r.adjusted(2, 2, -2, -2), hot); }));
+        }
     }
 
     // 5. Size labels of the dragged border.
@@ -411,6 +463,18 @@ void ZoneEditorView::paintEvent(QPaintEvent*)
     // 7. The buttons.
     paintButton(painter, closeButtonRect(), true);
     paintButton(painter, resetButtonRect(), false);
+}
+
+void ZoneEditorView::paintDeleteControl(QPainter& painter, const QRectF& del, bool hot) const
+{
+    const QColor accent = ZoneColors::borderAccent(m_settings);
+    painter.setPen(QPen(hot ? QColor(Qt::white) : accent, 1.5));
+    painter.setBrush(hot ? QColor(220, 53, 69) : palette().color(QPalette::Base));
+    painter.drawEllipse(del);
+    const double arm = del.width() * 0.2;
+    painter.setPen(QPen(hot ? QColor(Qt::white) : palette().color(QPalette::Text), 2, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(del.center() + QPointF(-arm, -arm), del.center() + QPointF(arm, arm));
+    painter.drawLine(del.center() + QPointF(-arm, arm), del.center() + QPointF(arm, -arm));
 }
 
 void ZoneEditorView::paintLabels(QPainter& painter) const

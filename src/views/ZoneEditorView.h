@@ -1,8 +1,11 @@
 #pragma once
 
+#include <QHash>
+#include <QPixmap>
 #include <QRectF>
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 
 class Settings;
@@ -67,6 +70,13 @@ private:
     void updateHover(QPointF canvasPoint);
     void updateCursor();
     void paintButton(QPainter& painter, const QRectF& rect, bool close) const;
+    void paintDeleteControl(QPainter& painter, const QRectF& rect, bool hot) const;
+    // Where the preview line is drawn, with a margin for antialiasing.
+    QRect lineArea() const;
+    void splitLineMoved();
+    // Decorations drawn once per look and reused: with 64 zones there are 63 handles and
+    // delete controls in every frame of a border drag.
+    const QPixmap& sprite(const QString& key, QSize size, const std::function<void(QPainter&, const QRectF&)>& draw) const;
     void paintLabels(QPainter& painter) const;
 
     ZoneEditorViewModel& m_viewModel;
@@ -75,4 +85,6 @@ private:
     Hit m_hover;
     Hit m_pressed;
     QPointF m_pressPosition;
+    QRect m_lineArea;
+    mutable QHash<QString, QPixmap> m_sprites;
 };

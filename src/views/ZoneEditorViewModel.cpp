@@ -146,8 +146,8 @@ void ZoneEditorViewModel::recomputeSplitLine()
         m_splitLine.rect = QRectF(m_mousePosition.x(), r.top() + r.height() * 0.5, 2.0, r.height());
     else
         m_splitLine.rect = QRectF(r.left() + r.width() * 0.5, m_mousePosition.y(), r.width(), 2.0);
+    // Only the line moved: the canvas repaints where it was and where it is.
     Q_EMIT splitLineChanged();
-    Q_EMIT changed();
 }
 
 void ZoneEditorViewModel::handleTap(QPointF point)

@@ -123,9 +123,9 @@ public:
     static QString sizeLabel(double size);
 
 Q_SIGNALS:
-    // Anything the canvas draws changed: the tree, the preview line, hover, focus.
+    // Anything the canvas draws changed but the preview line: the tree, hover, focus.
     void changed();
-    // The pointer moved (the canvas's cursor follows).
+    // The preview line moved (and nothing else).
     void splitLineChanged();
 
 private:

@@ -17,6 +17,7 @@
 #include "managers/ZoneManager.h"
 #include "models/LayoutBridge.h"
 #include "models/SplitNode.h"
+#include "views/LayoutBordersFlasher.h"
 #include "views/LayoutBordersView.h"
 #include "views/LayoutBordersWindow.h"
 #include "views/ZoneEditorManager.h"
@@ -33,6 +34,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 namespace {
 
 const QString kLeft = QStringLiteral("0F3C1B2A-1111-5222-8333-444455556666");
@@ -47,6 +50,18 @@ void pump(int ms)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     } while (timer.elapsed() < ms);
+}
+
+bool waitUntil(const std::function<bool()>& condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > 15000)
+            return false;
+        pump(10);
+    }
+    return true;
 }
 
 void mouse(QWidget& widget, QEvent::Type type, QPointF at, Qt::MouseButtons held = Qt::LeftButton)
@@ -292,32 +307,23 @@ TEST_F(ZoneEditorTest, ManagerKeepsOneEditorPerScreenEscapeClosesTheLastAndEvery
 TEST_F(ZoneEditorTest, BordersFlashIsItsOwnWindowForHalfASecond)
 {
     layout->root()->splitAtRatio(SplitType::vertical, 0.25);
-    EXPECT_EQ(LayoutBordersWindow::create(layouts.defaultLayout(DefaultLayoutType::rightT, Screen("gone", "gone")),
-                  screens, settings, effects),
-        nullptr);
-    LayoutBordersWindow* first = LayoutBordersWindow::create(layout, screens, settings, effects);
+    LayoutBordersFlasher flasher(screens, settings, effects, 3000);
+    EXPECT_EQ(flasher.flash(layouts.defaultLayout(DefaultLayoutType::rightT, Screen("gone", "gone"))), nullptr);
+    LayoutBordersWindow* first = flasher.flash(layout);
     ASSERT_NE(first, nullptr);
-    first->flash();
     pump(100);
-    LayoutBordersWindow* second = LayoutBordersWindow::create(layout, screens, settings, effects);
-    second->flash();
+    LayoutBordersWindow* second = flasher.flash(layout);
+    EXPECT_NE(second, first) << "the first is still flashing";
     EXPECT_EQ(first->geometry(), QRect(1280, 40, 1280, 1040));
     EXPECT_TRUE(first->windowFlags().testFlag(Qt::WindowTransparentForInput));
     const QImage painted = first->view().grab().toImage();
     EXPECT_EQ(painted.pixelColor(320, 500).rgb(), kAccent.rgb()) << "the border at a quarter";
     EXPECT_EQ(painted.pixelColor(600, 500).rgba(), first->view().backgroundColor().rgba());
 
-    const auto flashes = [] {
-        int count = 0;
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            count += qobject_cast<LayoutBordersWindow*>(widget) != nullptr;
-        return count;
-    };
-    EXPECT_EQ(flashes(), 2);
-    pump(LayoutBordersWindow::kCloseAfterMs - 50);
-    EXPECT_EQ(flashes(), 1) << "each on its own timeline";
-    pump(200);
-    EXPECT_EQ(flashes(), 0);
+    ASSERT_TRUE(waitUntil([&] { return !first->isVisible() && !second->isVisible(); })) << "both close themselves";
+    EXPECT_EQ(flasher.flash(layout), first) << "a closed flash window serves the next flash";
+    EXPECT_EQ(flasher.windowCount(), 2);
+    EXPECT_TRUE(waitUntil([&] { return flasher.windowCount() == 0; })) << "kept windows go when no flash asks";
 }
 
 TEST_F(ZoneEditorTest, SnappedWindowsFollowTheirZonesWhenTheLayoutChanges)
