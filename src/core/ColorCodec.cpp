@@ -2,6 +2,8 @@
 
 #include "core/NumericVariant.h"
 
+#include <QColorSpace>
+#include <QColorTransform>
 #include <QDataStream>
 #include <QIODevice>
 #include <QRgba64>
@@ -9,6 +11,7 @@
 #include <QVariantList>
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -42,23 +45,63 @@ bool fitsSrgb(const QColor& color)
         && isUnitInterval(color.alphaF());
 }
 
+// The colour spaces a stored colour may be named in: ours, and the Core Graphics names a
+// settings file carried over from macOS holds. Components outside sRGB are converted.
+struct StoredSpace
+{
+    const char* name;
+    int components; // with alpha
+    std::optional<QColorSpace::NamedColorSpace> convertFrom;
+};
+
+const StoredSpace* storedSpace(const QString& name)
+{
+    static const StoredSpace spaces[] = {
+        {ColorCodec::kColorSpaceName, 4, std::nullopt},
+        {"kCGColorSpaceSRGB", 4, std::nullopt},
+        {"kCGColorSpaceExtendedSRGB", 4, std::nullopt},
+        {"kCGColorSpaceGenericRGB", 4, std::nullopt},
+        {"kCGColorSpaceDeviceRGB", 4, std::nullopt},
+        {"kCGColorSpaceDisplayP3", 4, QColorSpace::DisplayP3},
+        {"kCGColorSpaceLinearSRGB", 4, QColorSpace::SRgbLinear},
+        {"kCGColorSpaceExtendedLinearSRGB", 4, QColorSpace::SRgbLinear},
+        {"kCGColorSpaceAdobeRGB1998", 4, QColorSpace::AdobeRgb},
+        {"kCGColorSpaceGenericGray", 2, std::nullopt},
+        {"kCGColorSpaceGenericGrayGamma2_2", 2, std::nullopt},
+        {"kCGColorSpaceDeviceGray", 2, std::nullopt},
+    };
+    for (const StoredSpace& space : spaces) {
+        if (name == QLatin1String(space.name))
+            return &space;
+    }
+    return nullptr;
+}
+
 std::optional<QColor> decodeList(const QVariantList& list)
 {
-    if (list.size() != 2 || list.at(0).typeId() != QMetaType::QString
-        || list.at(0).toString() != QLatin1String(ColorCodec::kColorSpaceName)
-        || list.at(1).typeId() != QMetaType::QVariantList)
+    if (list.size() != 2 || list.at(0).typeId() != QMetaType::QString || list.at(1).typeId() != QMetaType::QVariantList)
         return std::nullopt;
+    const StoredSpace* space = storedSpace(list.at(0).toString());
     const QVariantList components = list.at(1).toList();
-    if (components.size() != 4)
+    if (!space || components.size() != space->components)
         return std::nullopt;
-    quint16 rgba[4];
-    for (int i = 0; i < 4; ++i) {
-        const QVariant& component = components.at(i);
+    std::vector<double> values;
+    for (const QVariant& component : components) {
         if (!isNumericVariant(component) || !isUnitInterval(component.toDouble()))
             return std::nullopt;
-        rgba[i] = toChannel(component.toDouble());
+        values.push_back(component.toDouble());
     }
-    return QColor(QRgba64::fromRgba64(rgba[0], rgba[1], rgba[2], rgba[3]));
+    if (space->components == 2)
+        return QColor(QRgba64::fromRgba64(toChannel(values[0]), toChannel(values[0]), toChannel(values[0]),
+            toChannel(values[1])));
+    QColor color(QRgba64::fromRgba64(toChannel(values[0]), toChannel(values[1]), toChannel(values[2]),
+        toChannel(values[3])));
+    if (space->convertFrom) {
+        const QColorTransform toSrgb = QColorSpace(*space->convertFrom).transformationToColorSpace(QColorSpace::SRgb);
+        const QRgba64 converted = toSrgb.map(color.rgba64());
+        color = QColor(converted);
+    }
+    return color;
 }
 
 } // namespace

@@ -12,7 +12,8 @@
 // is stored as an archived blob instead. Both forms are accepted when reading.
 namespace ColorCodec {
 
-// The one colour-space name this program writes and accepts.
+// The colour-space name this program writes. Reading also takes the names a macOS
+// settings file carries (Core Graphics's sRGB, Display P3, grey... spaces).
 inline constexpr char kColorSpaceName[] = "sRGB";
 
 QVariant encode(const QColor& color);

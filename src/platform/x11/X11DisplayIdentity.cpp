@@ -53,14 +53,32 @@ std::optional<Edid> parseEdid(const QByteArray& data)
     return edid;
 }
 
-QString uuidForEdid(const Edid& edid, const QString& connectorName)
+QString uuidForEdid(const Edid& edid, const QString& connectorName, bool withConnector)
 {
     QByteArray name = QByteArrayLiteral("edid:") + edid.manufacturer.toLatin1() + ':'
         + QByteArray::number(edid.productCode, 16) + ':' + QByteArray::number(edid.serialNumber) + ':'
         + edid.serialText.toUtf8();
-    if (!edid.hasSerial())
+    if (!edid.hasSerial() || withConnector)
         name += ":connector:" + connectorName.toUtf8();
     return upperUuid(name);
+}
+
+void separateTwins(std::vector<MonitorIdentity>& monitors)
+{
+    std::vector<size_t> twins;
+    for (size_t i = 0; i < monitors.size(); ++i) {
+        for (size_t j = 0; j < monitors.size(); ++j) {
+            if (i != j && !monitors[i].uuid.isEmpty() && monitors[i].uuid == monitors[j].uuid) {
+                twins.push_back(i);
+                break;
+            }
+        }
+    }
+    for (size_t i : twins) {
+        MonitorIdentity& monitor = monitors[i];
+        monitor.uuid = monitor.edid ? uuidForEdid(*monitor.edid, monitor.connectorName, true)
+                                    : upperUuid(QByteArrayLiteral("monitor:") + monitor.connectorName.toUtf8());
+    }
 }
 
 QString uuidForMonitorName(const QString& monitorName)

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <optional>
+#include <vector>
 
 // Stable display UUIDs for X11, where the server has none: a name-based (version 5)
 // UUID in Parqueta's own namespace, so the same monitor gets the same UUID at every
@@ -26,8 +27,20 @@ struct Edid
 std::optional<Edid> parseEdid(const QByteArray& data);
 
 // From the manufacturer, product code and serial. Two monitors of one model without a
-// serial would collide, so the connector name is mixed in only in that case.
-QString uuidForEdid(const Edid& edid, const QString& connectorName);
+// serial would collide, so the connector name is mixed in then, or when asked to.
+QString uuidForEdid(const Edid& edid, const QString& connectorName, bool withConnector = false);
+
+// One connected monitor's identity as first derived.
+struct MonitorIdentity
+{
+    QString uuid;
+    std::optional<Edid> edid;
+    QString connectorName;
+};
+// Monitors that came out with one UUID (two of a model that report the same serial) get
+// their connector names mixed in; every other keeps its own, so a monitor moved to
+// another port finds its layouts again as long as it has no twin plugged in.
+void separateTwins(std::vector<MonitorIdentity>& monitors);
 // For monitors without EDID (virtual ones, Xvfb): from the RandR monitor name.
 QString uuidForMonitorName(const QString& monitorName);
 

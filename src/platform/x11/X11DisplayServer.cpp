@@ -204,8 +204,10 @@ QList<X11DisplayServer::Monitor> X11DisplayServer::readMonitors()
     return monitors;
 }
 
-QString X11DisplayServer::uuidFor(const Monitor& monitor)
+X11DisplayIdentity::MonitorIdentity X11DisplayServer::identityOf(const Monitor& monitor)
 {
+    X11DisplayIdentity::MonitorIdentity identity;
+    identity.connectorName = monitor.name;
     xcb_connection_t* c = m_connection.connection();
     const xcb_atom_t edidAtom = m_connection.atom("EDID");
     for (quint32 output : monitor.outputs) {
@@ -222,19 +224,19 @@ QString X11DisplayServer::uuidFor(const Monitor& monitor)
             qCDebug(lcX11) << "Output" << output << "of" << monitor.name << "has an unreadable EDID";
             continue;
         }
-        QString connector;
-        if (!edid->hasSerial()) {
-            Reply<xcb_randr_get_output_info_reply_t> info(
-                xcb_randr_get_output_info_reply(c, xcb_randr_get_output_info(c, output, XCB_CURRENT_TIME), nullptr));
-            if (info)
-                connector = QString::fromUtf8(reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
-                    xcb_randr_get_output_info_name_length(info.get()));
-        }
-        return X11DisplayIdentity::uuidForEdid(*edid, connector);
+        Reply<xcb_randr_get_output_info_reply_t> info(
+            xcb_randr_get_output_info_reply(c, xcb_randr_get_output_info(c, output, XCB_CURRENT_TIME), nullptr));
+        if (info)
+            identity.connectorName = QString::fromUtf8(
+                reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
+                xcb_randr_get_output_info_name_length(info.get()));
+        identity.edid = edid;
+        identity.uuid = X11DisplayIdentity::uuidForEdid(*edid, identity.connectorName);
+        return identity;
     }
-    if (monitor.name.isEmpty())
-        return {};
-    return X11DisplayIdentity::uuidForMonitorName(monitor.name);
+    if (!monitor.name.isEmpty())
+        identity.uuid = X11DisplayIdentity::uuidForMonitorName(monitor.name);
+    return identity;
 }
 
 QList<quint32> X11DisplayServer::property32(xcb_window_t window, xcb_atom_t property, bool* windowGone)
@@ -339,9 +341,15 @@ QList<DisplayInfo> X11DisplayServer::readDisplays()
         return displays;
     const QSize root(screen->width_in_pixels, screen->height_in_pixels);
     const QList<X11Strut> struts = readStruts(root);
-    for (const Monitor& monitor : readMonitors()) {
+    const QList<Monitor> monitors = readMonitors();
+    std::vector<X11DisplayIdentity::MonitorIdentity> identities;
+    for (const Monitor& monitor : monitors)
+        identities.push_back(identityOf(monitor));
+    X11DisplayIdentity::separateTwins(identities);
+    for (qsizetype i = 0; i < monitors.size(); ++i) {
+        const Monitor& monitor = monitors[i];
         DisplayInfo display;
-        display.uuid = uuidFor(monitor);
+        display.uuid = identities[size_t(i)].uuid;
         display.name = monitor.name;
         display.frame = QRectF(monitor.geometry);
         display.visibleFrame = QRectF(visibleArea(monitor.geometry, root, struts));

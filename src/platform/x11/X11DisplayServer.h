@@ -2,6 +2,7 @@
 
 #include "platform/DisplayServer.h"
 #include "platform/x11/X11Connection.h"
+#include "platform/x11/X11DisplayIdentity.h"
 #include "platform/x11/X11Struts.h"
 
 #include <QSet>
@@ -49,7 +50,8 @@ private:
 
     QList<DisplayInfo> readDisplays();
     QList<Monitor> readMonitors();
-    QString uuidFor(const Monitor& monitor);
+    // The monitor's UUID from its EDID (or name), with what telling twins apart needs.
+    X11DisplayIdentity::MonitorIdentity identityOf(const Monitor& monitor);
     QList<X11Strut> readStruts(QSize root);
     QList<xcb_window_t> strutCandidates();
     QList<quint32> property32(xcb_window_t window, xcb_atom_t property, bool* windowGone = nullptr);
