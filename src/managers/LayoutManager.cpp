@@ -5,6 +5,7 @@
 #include "managers/GlobalShortcuts.h"
 #include "managers/ScreenManager.h"
 #include "models/LayoutBridge.h"
+#include "models/LayoutFit.h"
 #include "models/LayoutPresets.h"
 
 #include <QPointer>
@@ -76,7 +77,26 @@ std::optional<LayoutList> LayoutManager::lookupLayouts(const Screen& screen)
     }
     if (list.empty())
         return std::nullopt;
+    const std::optional<DisplayInfo> display = m_screens.displayFor(screen);
     for (const auto& layout : list) {
+        if (display) {
+            const QRectF storedRect = layout->root()->rect();
+            const QRectF* frame = &display->visibleFrame;
+            switch (LayoutFit::fit(*layout->root(), frame->size(), display->frame.size())) {
+            case LayoutFit::Result::fits:
+                break;
+            case LayoutFit::Result::refitted:
+                qCWarning(lcModel).noquote() << "Layout" << layout->idText() << "of screen" << screen.id() << "is"
+                                             << storedRect.size() << "for a visible frame of" << frame->size()
+                                             << "- scaled to fit; the stored copy stays until it is saved again";
+                break;
+            case LayoutFit::Result::replaced:
+                qCWarning(lcModel).noquote() << "Layout" << layout->idText() << "of screen" << screen.id()
+                                             << "has zones that do not tile the screen - shown as one zone; the "
+                                                "stored copy stays until it is saved again";
+                break;
+            }
+        }
         layout->setScreen(screen);
         registerShortcutIfNeeded(layout);
     }

@@ -182,12 +182,27 @@ void ZoneManager::snap(const WindowPtr& window, const std::vector<std::shared_pt
     for (const std::shared_ptr<Zone>& zone : zones) {
         if (!zone)
             return;
-        const QRectF frame = zone->visibleFrame(gap, m_screens);
+        const QRectF frame = zone->usableFrame(gap, m_screens);
+        if (frame != zone->visibleFrame(gap, m_screens))
+            qCInfo(lcZones).noquote() << "A gap of" << gap << "would leave nothing of zone" << zone->id()
+                                      << "- snapping to the whole zone";
         united = united ? unite(*united, frame) : frame;
     }
     const std::optional<Screen>& screen = zones.front()->screen();
     if (!screen)
         return;
+    // Whatever the stored tree says, a window is never sized beyond its screen.
+    if (const std::optional<QRectF> visible = m_screens.visibleFrameOf(*screen)) {
+        const QRectF clamped = united->intersected(QRectF(QPointF(0, 0), visible->size()));
+        if (clamped.width() < Zone::kMinimumExtent || clamped.height() < Zone::kMinimumExtent) {
+            qCWarning(lcZones) << "Not snapping into" << *united << "- it lies outside the visible frame of"
+                               << screen->name();
+            return;
+        }
+        if (clamped != *united)
+            qCInfo(lcZones) << "Zone frame" << *united << "cut to the visible frame of" << screen->name();
+        united = clamped;
+    }
     // The whole union is placed relative to the first zone's screen.
     const std::optional<QRectF> target = m_screens.layoutToDesktop(*screen, *united);
     if (!target) {

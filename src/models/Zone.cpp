@@ -29,3 +29,11 @@ QRectF Zone::visibleFrame(double gap, const ScreenGeometry& screens) const
     const double bottom = frame && maxY == frame->height() ? gap : half;
     return QRectF(m_rect.x() + left, m_rect.y() + top, m_rect.width() - left - right, m_rect.height() - top - bottom);
 }
+
+QRectF Zone::usableFrame(double gap, const ScreenGeometry& screens) const
+{
+    const QRectF gapped = visibleFrame(gap, screens);
+    if (gapped.width() >= kMinimumExtent && gapped.height() >= kMinimumExtent)
+        return gapped;
+    return m_rect.normalized();
+}

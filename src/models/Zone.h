@@ -29,6 +29,11 @@ public:
     // neighbouring windows end up one gap apart. The right and bottom edges only count as
     // the screen's border while the screen is connected.
     QRectF visibleFrame(double gap, const ScreenGeometry& screens) const;
+    // visibleFrame(), unless the gap leaves less than kMinimumExtent of the zone either
+    // way (a gap of 700 on a 640-wide zone): then the zone itself, so no window is ever
+    // sized to nothing and no zone vanishes from the overlay.
+    QRectF usableFrame(double gap, const ScreenGeometry& screens) const;
+    static constexpr double kMinimumExtent = 40;
 
 private:
     QString m_id;

@@ -31,7 +31,7 @@ const std::vector<std::shared_ptr<Zone>>& ZonesViewModel::zones() const
 
 QRectF ZonesViewModel::frameOf(const Zone& zone) const
 {
-    return zone.visibleFrame(m_settings.effectiveGap(), m_screens);
+    return zone.usableFrame(m_settings.effectiveGap(), m_screens);
 }
 
 QSizeF ZonesViewModel::canvasSize() const
