@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
 
 namespace {
 
@@ -19,7 +20,9 @@ constexpr int kOutlineWidth = 1;
 constexpr double kMiterLimit = 10;
 constexpr double kHighlightOpacity = 0.5;
 constexpr int kNumberSize = 100;
-constexpr int kNumberFlags = Qt::AlignCenter | Qt::TextDontClip;
+// A plate of the backdrop's colour around each glyph keeps the numbers readable over
+// any window, dark or light, with or without a compositor.
+constexpr double kNumberOutline = 3;
 
 // Gaps give zones fractional edges (half a gap between neighbours); whole pixels keep the
 // one-pixel outlines sharp and let the window's shape match the painting exactly.
@@ -143,6 +146,8 @@ void ZonesView::paintEvent(QPaintEvent* event)
     const QColor accent = ZoneColors::borderAccent(m_settings);
     const QColor highlight = ZoneColors::zoneHighlight(m_settings);
     const QColor text = ZoneColors::zoneText(m_settings, dark);
+    QColor plate = ZoneColors::zoneBackground(m_settings, dark);
+    plate.setAlphaF(1);
 
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -155,7 +160,6 @@ void ZonesView::paintEvent(QPaintEvent* event)
     painter.setPen(stroke(accent, kBorderWidth));
     painter.drawRect(strokeInside(layoutRect(), kBorderWidth));
 
-    painter.setFont(numberFont());
     for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
         const QRectF frame = m_viewModel.frameOf(*zone);
         const QRect pixels = pixelFrame(frame);
@@ -166,8 +170,9 @@ void ZonesView::paintEvent(QPaintEvent* event)
         }
         painter.setPen(stroke(accent, kOutlineWidth));
         painter.drawRect(strokeInside(pixels, kOutlineWidth));
-        painter.setPen(text);
-        painter.drawText(frame, kNumberFlags, zone->id());
+        const QPainterPath number = numberPath(*zone, frame);
+        painter.strokePath(number, QPen(plate, 2 * kNumberOutline, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.fillPath(number, text);
     }
 }
 
@@ -212,19 +217,31 @@ QFont ZonesView::numberFont() const
     return font;
 }
 
-QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
+QPainterPath ZonesView::numberPath(const Zone& zone, const QRectF& frame) const
 {
     const QFont font = numberFont();
-    const QRect bounds = QFontMetricsF(font).boundingRect(frame, kNumberFlags, zone.id()).toAlignedRect();
+    const QRectF glyphs = QFontMetricsF(font).tightBoundingRect(zone.id());
+    QPainterPath path;
+    path.addText(frame.center().x() - glyphs.width() / 2 - glyphs.left(),
+        frame.center().y() - glyphs.height() / 2 - glyphs.top(), font, zone.id());
+    return path;
+}
+
+QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
+{
+    const QPainterPath path = numberPath(zone, frame);
+    const QRect bounds = path.boundingRect().adjusted(-kNumberOutline - 1, -kNumberOutline - 1, kNumberOutline + 1,
+                                             kNumberOutline + 1)
+                             .toAlignedRect();
     if (bounds.isEmpty())
         return {};
     QImage image(bounds.size(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
+    painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(-bounds.topLeft());
-    painter.drawText(frame, kNumberFlags, zone.id());
+    painter.strokePath(path, QPen(Qt::black, 2 * kNumberOutline, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.fillPath(path, Qt::black);
     painter.end();
     QRegion region(QBitmap::fromImage(image.createAlphaMask()));
     region.translate(bounds.topLeft());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPainterPath>
 #include <QRectF>
 #include <QRegion>
 #include <QWidget>
@@ -46,6 +47,8 @@ private:
     void zoneHighlightChanged(int index);
     void redrawAll();
     QFont numberFont() const;
+    // The zone's number as glyph outlines centred in its frame, in layout space.
+    QPainterPath numberPath(const Zone& zone, const QRectF& frame) const;
     QRegion numberRegion(const Zone& zone, const QRectF& frame) const;
     QRegion unhighlightedShape() const;
     // A region built in layout space, in the view's pixels.
