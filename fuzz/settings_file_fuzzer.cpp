@@ -1,8 +1,11 @@
-// The whole settings file: whatever it holds, opening it and reading every key never
-// crashes, a file that cannot be read is moved aside byte for byte, and a file that can be
-// read is never rewritten by reading nor loses a key when something is written.
+// The whole settings file: whatever it holds, decoding it and reading every key never
+// crashes, and a file that can be read loses no key when something is written. That runs
+// in memory for every input, at thousands a second. Every 256th input also goes through
+// a real file: one that cannot be read is moved aside byte for byte, and one that can is
+// never rewritten by reading.
 #include "FuzzSupport.h"
 #include "core/FileSettingsBackend.h"
+#include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
 #include "models/LayoutBridge.h"
 #include "models/Screen.h"
@@ -82,11 +85,44 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+namespace {
+
+// Every key the file had (but those holding null, which the store drops) is in what the
+// store writes back after a change, and the change is there too.
+void checkKeepsEveryKey(const QJsonDocument& before, const QJsonObject& after)
 {
-    const QByteArray content = Fuzz::bytes(data, size);
+    Fuzz::check(after.value(QStringLiteral("gapSize")).toDouble() == 12.5, "the written value is in the file");
+    const QJsonObject object = before.object();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!it.value().isNull() && it.key() != QLatin1String("gapSize"))
+            Fuzz::check(after.contains(it.key()), "writing keeps every key the file had");
+    }
+}
+
+void checkInMemory(const QByteArray& content, const QJsonDocument& document, bool readable)
+{
+    const std::optional<QVariantMap> decoded = FileSettingsBackend::decode(content);
+    Fuzz::check(decoded.has_value() == readable, "the store reads exactly the files that are JSON objects");
+    if (!decoded)
+        return;
+    auto owned = std::make_unique<MemorySettingsBackend>(*decoded);
+    SettingsBackend& backend = *owned;
+    Settings settings(std::move(owned));
+    readEverything(settings, backend);
+    settings.setValue(Keys::gapSize, 12.5);
+    QVariantMap values;
+    for (const QString& key : backend.keys())
+        values.insert(key, backend.value(key));
+    const QByteArray written = FileSettingsBackend::encode(values);
+    const QJsonDocument reread = QJsonDocument::fromJson(written);
+    Fuzz::check(reread.isObject() && FileSettingsBackend::decode(written).has_value(), "what is written reads back");
+    checkKeepsEveryKey(document, reread.object());
+}
+
+void checkOnDisk(const QByteArray& content, const QJsonDocument& document, bool readable)
+{
     // A path never used before: QSettings keeps what it read per path for the process.
-    const QString home = scratch().filePath(QString::number(++inputNumber));
+    const QString home = scratch().filePath(QString::number(inputNumber));
     const QString directory = home + QStringLiteral("/parqueta");
     const QString path = directory + QStringLiteral("/parqueta.json");
     Fuzz::check(QDir().mkpath(directory), "the settings directory can be made");
@@ -94,10 +130,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         QFile file(path);
         Fuzz::check(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), "the file is written");
     }
-
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(content, &error);
-    const bool readable = error.error == QJsonParseError::NoError && document.isObject();
 
     {
         auto owned = std::make_unique<FileSettingsBackend>(path);
@@ -127,11 +159,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QJsonObject object = written.object();
     Fuzz::check(object.value(QStringLiteral("gapSize")).toDouble() == 12.5, "the written value is in the file");
     if (readable) {
-        const QJsonObject before = document.object();
-        for (auto it = before.begin(); it != before.end(); ++it) {
-            if (!it.value().isNull() && it.key() != QLatin1String("gapSize"))
-                Fuzz::check(object.contains(it.key()), "writing keeps every key the file had");
-        }
+        checkKeepsEveryKey(document, object);
     } else if (!content.isEmpty()) {
         const QStringList aside = corruptFiles(path);
         Fuzz::check(aside.size() == 1 && readAll(directory + QLatin1Char('/') + aside.front()) == content,
@@ -139,5 +167,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
 
     QDir(home).removeRecursively();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const QByteArray content = Fuzz::bytes(data, size);
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(content, &error);
+    const bool readable = error.error == QJsonParseError::NoError && document.isObject();
+    checkInMemory(content, document, readable);
+    if (++inputNumber % 256 == 1)
+        checkOnDisk(content, document, readable);
     return 0;
 }

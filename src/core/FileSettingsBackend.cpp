@@ -248,12 +248,17 @@ bool readJson(QIODevice& device, QSettings::SettingsMap& map)
     return recoverFromUnreadableFile(path, problem, map);
 }
 
-bool writeJson(QIODevice& device, const QSettings::SettingsMap& map)
+QByteArray documentFor(const QSettings::SettingsMap& map)
 {
     QJsonObject object;
     for (auto it = map.cbegin(); it != map.cend(); ++it)
         object.insert(it.key(), toJson(it.value(), it.key()));
-    const QByteArray data = QJsonDocument(object).toJson(QJsonDocument::Indented);
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+bool writeJson(QIODevice& device, const QSettings::SettingsMap& map)
+{
+    const QByteArray data = documentFor(map);
     return device.write(data) == data.size();
 }
 
@@ -356,6 +361,17 @@ bool FileSettingsBackend::sync()
 QString FileSettingsBackend::filePath() const
 {
     return m_filePath;
+}
+
+std::optional<QVariantMap> FileSettingsBackend::decode(const QByteArray& contents)
+{
+    QString problem;
+    return parseDocument(contents, &problem);
+}
+
+QByteArray FileSettingsBackend::encode(const QVariantMap& values)
+{
+    return documentFor(values);
 }
 
 QString FileSettingsBackend::backupPath(const QString& filePath)

@@ -3,6 +3,9 @@
 #include "core/SettingsBackend.h"
 
 #include <QString>
+#include <QVariantMap>
+
+#include <optional>
 
 #include <memory>
 
@@ -40,6 +43,12 @@ public:
     static QString backupPath(const QString& filePath);
     // The prefix of the names corrupt files are moved aside to.
     static QString corruptPathPrefix(const QString& filePath);
+
+    // The file's contents as the store reads and writes them, without a file: what the
+    // store would hold for these bytes (nothing when it cannot read them), and the bytes
+    // it would write for a set of values.
+    static std::optional<QVariantMap> decode(const QByteArray& contents);
+    static QByteArray encode(const QVariantMap& values);
     // Prefix of a JSON string that holds a binary blob in base64.
     static constexpr char kBinaryTag[] = "base64:";
 
