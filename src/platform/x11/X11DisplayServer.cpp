@@ -262,7 +262,7 @@ QList<quint32> X11DisplayServer::property32(xcb_window_t window, xcb_atom_t prop
     return values;
 }
 
-QList<xcb_window_t> X11DisplayServer::strutCandidates()
+QList<xcb_window_t> X11DisplayServer::strutCandidates(QList<QRect>& panels)
 {
     QList<xcb_window_t> windows;
     for (quint32 window : property32(m_connection.root(), m_connection.atom("_NET_CLIENT_LIST")))
@@ -285,18 +285,58 @@ QList<xcb_window_t> X11DisplayServer::strutCandidates()
         attributeCookies.push_back(xcb_get_window_attributes(c, children[i]));
         typeCookies.push_back(xcb_get_property(c, 0, children[i], typeAtom, XCB_ATOM_ATOM, 0, 32));
     }
+    QList<xcb_window_t> frames;
     for (int i = 0; i < count; ++i) {
         Reply<xcb_get_window_attributes_reply_t> attributes(
             xcb_get_window_attributes_reply(c, attributeCookies[i], nullptr));
         Reply<xcb_get_property_reply_t> type(xcb_get_property_reply(c, typeCookies[i], nullptr));
-        if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE || !type || type->format != 32)
+        if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
             continue;
-        const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(type.get()));
-        const int atomCount = xcb_get_property_value_length(type.get()) / 4;
-        if (std::find(atoms, atoms + atomCount, dockAtom) != atoms + atomCount && !windows.contains(children[i]))
+        bool dock = false;
+        if (type && type->format == 32) {
+            const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(type.get()));
+            const int atomCount = xcb_get_property_value_length(type.get()) / 4;
+            dock = std::find(atoms, atoms + atomCount, dockAtom) != atoms + atomCount;
+        }
+        if (dock && !windows.contains(children[i]))
             windows << children[i];
+        if (attributes->override_redirect)
+            frames << children[i];
+        if (dock || attributes->override_redirect) {
+            if (const std::optional<QRect> geometry = rootGeometry(children[i]))
+                panels << *geometry;
+        }
+    }
+    // Below override-redirect frames, a few levels down: cheap, since such frames hold
+    // panels and menus, not the clients of reparenting window managers.
+    for (int depth = 0; depth < 3 && !frames.isEmpty(); ++depth) {
+        QList<xcb_window_t> next;
+        for (xcb_window_t frame : frames) {
+            Reply<xcb_query_tree_reply_t> inner(xcb_query_tree_reply(c, xcb_query_tree(c, frame), nullptr));
+            if (!inner)
+                continue;
+            const xcb_window_t* kids = xcb_query_tree_children(inner.get());
+            for (int i = 0; i < xcb_query_tree_children_length(inner.get()); ++i) {
+                if (!windows.contains(kids[i]))
+                    windows << kids[i];
+                next << kids[i];
+            }
+        }
+        frames = next;
     }
     return windows;
+}
+
+std::optional<QRect> X11DisplayServer::rootGeometry(xcb_window_t window)
+{
+    xcb_connection_t* c = m_connection.connection();
+    Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+    Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
+        c, xcb_translate_coordinates(c, window, m_connection.root(), 0, 0), nullptr));
+    if (!geometry || !at)
+        return std::nullopt;
+    const int border = geometry->border_width;
+    return QRect(at->dst_x - border, at->dst_y - border, geometry->width + 2 * border, geometry->height + 2 * border);
 }
 
 QList<X11Strut> X11DisplayServer::readStruts(QSize root)
@@ -305,11 +345,23 @@ QList<X11Strut> X11DisplayServer::readStruts(QSize root)
     const xcb_atom_t partialAtom = m_connection.atom("_NET_WM_STRUT_PARTIAL");
     const xcb_atom_t legacyAtom = m_connection.atom("_NET_WM_STRUT");
     QSet<xcb_window_t> seen;
-    for (xcb_window_t window : strutCandidates()) {
+    QList<QRect> panels;
+    for (xcb_window_t window : strutCandidates(panels)) {
         bool gone = false;
         std::optional<X11Strut> strut = X11Strut::fromPartial(property32(window, partialAtom, &gone), root);
-        if (!strut && !gone)
+        if (!strut && !gone) {
             strut = X11Strut::fromLegacy(property32(window, legacyAtom, &gone), root);
+            // A plain strut claims its whole root edge, across every monitor on it; the
+            // panel that sets it (icewm's task bar) covers one. Its own extent is meant.
+            if (strut) {
+                if (const std::optional<QRect> extent = rootGeometry(window)) {
+                    strut->bottomStartX = strut->topStartX = extent->left();
+                    strut->bottomEndX = strut->topEndX = extent->right();
+                    strut->leftStartY = strut->rightStartY = extent->top();
+                    strut->leftEndY = strut->rightEndY = extent->bottom();
+                }
+            }
+        }
         if (gone) {
             m_connection.forgetWindow(window);
             continue;
@@ -321,6 +373,15 @@ QList<X11Strut> X11DisplayServer::readStruts(QSize root)
             m_watched.insert(window);
         if (strut)
             struts << *strut;
+    }
+    const QList<quint32> workarea = property32(m_connection.root(), m_connection.atom("_NET_WORKAREA"));
+    if (workarea.size() >= 4) {
+        const QRect area {int(workarea[0]), int(workarea[1]), int(workarea[2]), int(workarea[3])};
+        for (const X11Strut& reserved : unexplainedReservations(area, root, struts, panels)) {
+            qCDebug(lcScreens) << "The work area reserves space no strut explains; a panel without one:"
+                               << reserved.left << reserved.right << reserved.top << reserved.bottom;
+            struts << reserved;
+        }
     }
     // Windows that left the client list are not ours to track any more.
     for (auto it = m_watched.begin(); it != m_watched.end();) {

@@ -53,7 +53,12 @@ private:
     // The monitor's UUID from its EDID (or name), with what telling twins apart needs.
     X11DisplayIdentity::MonitorIdentity identityOf(const Monitor& monitor);
     QList<X11Strut> readStruts(QSize root);
-    QList<xcb_window_t> strutCandidates();
+    // Windows that may carry a strut: the client list, docks it does not list, and what
+    // lies inside mapped override-redirect windows (icewm's task bar sits in a frame of its
+    // own). panels gets the root geometry of the mapped override-redirect and dock windows.
+    QList<xcb_window_t> strutCandidates(QList<QRect>& panels);
+    // A window's rectangle in root coordinates.
+    std::optional<QRect> rootGeometry(xcb_window_t window);
     QList<quint32> property32(xcb_window_t window, xcb_atom_t property, bool* windowGone = nullptr);
     void scheduleRefresh();
 

@@ -84,3 +84,50 @@ QRect visibleArea(const QRect& monitor, QSize root, const QList<X11Strut>& strut
         return monitor; // struts from both sides that meet: ignore them rather than lose the screen
     return QRect(left, top, right - left, bottom - top);
 }
+
+QList<X11Strut> unexplainedReservations(
+    const QRect& workarea, QSize root, const QList<X11Strut>& struts, const QList<QRect>& panels)
+{
+    QList<X11Strut> found;
+    if (!workarea.isValid() || root.isEmpty())
+        return found;
+    int explainedLeft = 0, explainedRight = 0, explainedTop = 0, explainedBottom = 0;
+    for (const X11Strut& s : struts) {
+        explainedLeft = std::max(explainedLeft, s.left);
+        explainedRight = std::max(explainedRight, s.right);
+        explainedTop = std::max(explainedTop, s.top);
+        explainedBottom = std::max(explainedBottom, s.bottom);
+    }
+    // A reservation of more than a quarter of the root is no panel.
+    const auto plausible = [](int reserved, int explained, int extent) {
+        return reserved > explained && reserved <= extent / 4;
+    };
+    const int left = workarea.left();
+    const int top = workarea.top();
+    const int right = root.width() - (workarea.x() + workarea.width());
+    const int bottom = root.height() - (workarea.y() + workarea.height());
+    for (const QRect& panel : panels) {
+        X11Strut s;
+        if (plausible(bottom, explainedBottom, root.height()) && panel.top() >= root.height() - bottom) {
+            s.bottom = bottom;
+            s.bottomStartX = panel.left();
+            s.bottomEndX = panel.right();
+        } else if (plausible(top, explainedTop, root.height()) && panel.y() + panel.height() <= top) {
+            s.top = top;
+            s.topStartX = panel.left();
+            s.topEndX = panel.right();
+        } else if (plausible(left, explainedLeft, root.width()) && panel.x() + panel.width() <= left) {
+            s.left = left;
+            s.leftStartY = panel.top();
+            s.leftEndY = panel.bottom();
+        } else if (plausible(right, explainedRight, root.width()) && panel.left() >= root.width() - right) {
+            s.right = right;
+            s.rightStartY = panel.top();
+            s.rightEndY = panel.bottom();
+        } else {
+            continue;
+        }
+        found << s;
+    }
+    return found;
+}

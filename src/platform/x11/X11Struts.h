@@ -38,3 +38,11 @@ struct X11Strut
 // A strut that would swallow a whole monitor (its border beyond the monitor's far
 // side, as with a panel on an inner edge between two monitors) does not count for it.
 QRect visibleArea(const QRect& monitor, QSize root, const QList<X11Strut>& struts);
+
+// Space the window manager reserves (_NET_WORKAREA: one rectangle for the whole root)
+// that no strut explains, as with fluxbox's toolbar, which sets none: a strut for each
+// panel window lying inside such a reserved band along the root's edge, over that
+// window's extent only. Nothing for a band with no window in it: some window managers
+// publish a work area that means nothing (xfwm4), and a guess would cut into a monitor.
+QList<X11Strut> unexplainedReservations(
+    const QRect& workarea, QSize root, const QList<X11Strut>& struts, const QList<QRect>& panels);
