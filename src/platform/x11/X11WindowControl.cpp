@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QThread>
+#include <QTimer>
 
 #include <xcb/xcb_icccm.h>
 
@@ -15,6 +16,8 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr int kPlacementCheckMs = 150;
 
 struct FreeDeleter
 {
@@ -473,7 +476,39 @@ void X11WindowControl::setFrame(const WindowHandle& handle, const QRectF& rect)
     const xcb_window_t window = windowOf(handle);
     if (window == XCB_WINDOW_NONE || !m_connection.isValid() || !leaveMaximizedState(window))
         return;
-    moveResize(window, rect.toRect(), true);
+    const QRect requested = rect.toRect();
+    moveResize(window, requested, true);
+    // Without a window manager the request is carried out as asked (and frame extents
+    // left behind by a window manager that died say nothing): nothing to check.
+    if (!windowManagerSupports(m_connection.ewmh()->_NET_MOVERESIZE_WINDOW))
+        return;
+    const quint64 serial = m_nextMoveSerial++;
+    m_moveSerials.insert(window, serial);
+    // Geometry settles within a few milliseconds of the request; a later move of the same
+    // window makes this check moot.
+    QTimer::singleShot(kPlacementCheckMs, &m_connection,
+        [this, window, requested, serial] { checkPlacement(window, requested, serial); });
+}
+
+void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quint64 serial)
+{
+    if (m_moveSerials.value(window) != serial)
+        return;
+    m_moveSerials.remove(window);
+    const std::optional<Geometry> g = geometry(window);
+    if (!g)
+        return;
+    const QPoint off = g->frame().topLeft() - requested.topLeft();
+    // Only an offset the size of a frame's extents is a misread request; anything larger
+    // is the window manager's own decision (a window kept on screen, snapped to an edge).
+    const int tolerance = 2;
+    const int alongX = g->extents.left() + g->extents.right() + tolerance;
+    const int alongY = g->extents.top() + g->extents.bottom() + tolerance;
+    if (off.manhattanLength() <= tolerance || std::abs(off.x()) > alongX || std::abs(off.y()) > alongY)
+        return;
+    qCInfo(lcWindows) << "The window manager placed frame" << g->frame() << "for" << requested << "; moving it by"
+                      << -off << "once";
+    moveResize(window, requested.translated(-off), true);
 }
 
 void X11WindowControl::setSize(const WindowHandle& handle, const QSizeF& size)

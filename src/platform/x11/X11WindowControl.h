@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QHash>
+#include <QPoint>
+
 #include "platform/WindowControl.h"
 #include "platform/x11/X11Connection.h"
 
@@ -78,6 +81,15 @@ private:
     bool leaveMaximizedState(xcb_window_t window);
     void moveResize(xcb_window_t window, const QRect& rect, bool move);
 
+    // Some window managers (icewm with its task bar) read a move request as the client's
+    // position rather than the frame's and leave the frame (and its title bar) off by up
+    // to the extents. Once the request has settled the applied frame is compared with it
+    // and the move corrected once. Nothing is learnt for later moves: a window manager
+    // replaced in the meantime would inherit a wrong correction.
+    void checkPlacement(xcb_window_t window, QRect requested, quint64 serial);
+
     X11Connection& m_connection;
     int m_stateTimeoutMs = 500;
+    QHash<xcb_window_t, quint64> m_moveSerials;
+    quint64 m_nextMoveSerial = 1;
 };
