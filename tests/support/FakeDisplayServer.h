@@ -15,13 +15,7 @@ public:
     using DisplayServer::DisplayServer;
 
     QList<DisplayInfo> displays() const override { return m_displays; }
-    QPointF pointerLocation() const override
-    {
-        ++m_pointerReads;
-        return m_pointer;
-    }
-    // How often pointerLocation() was asked (a round trip to the server on X11).
-    int pointerReads() const { return m_pointerReads; }
+    QPointF pointerLocation() const override { return m_pointer; }
 
     // Silent: for setting up a test.
     void setDisplays(const QList<DisplayInfo>& displays) { m_displays = displays; }
@@ -35,5 +29,4 @@ public:
 private:
     QList<DisplayInfo> m_displays;
     QPointF m_pointer;
-    mutable int m_pointerReads = 0;
 };

@@ -1,14 +1,5 @@
 #include "FakeGlobalInput.h"
 
-bool FakeGlobalInput::startListening()
-{
-    if (!m_available)
-        return false;
-    m_listening = true;
-    ++m_listenCount;
-    return true;
-}
-
 void FakeGlobalInput::pressLeft()
 {
     m_leftDown = true;

@@ -11,10 +11,6 @@ class FakeGlobalInput final : public GlobalInput
 public:
     using GlobalInput::GlobalInput;
 
-    // The next start() fails, as on a desktop without the input extension.
-    void setAvailable(bool available) { m_available = available; }
-    int listenCount() const { return m_listenCount; }
-
     void pressLeft();
     void releaseLeft();
     // Moves the pointer; a drag step when the left button is down.
@@ -22,19 +18,16 @@ public:
     void moveBy(qreal dx, qreal dy) { moveTo(m_location + QPointF(dx, dy)); }
     void pressRight();
     void setModifiers(Qt::KeyboardModifiers modifiers);
-    bool isLeftDown() const { return m_leftDown; }
 
     Qt::KeyboardModifiers currentModifiers() const override { return m_modifiers; }
     QPointF pointerLocation() const override { return m_location; }
 
 protected:
-    bool startListening() override;
+    bool startListening() override { return m_listening = true; }
     void stopListening() override { m_listening = false; }
 
 private:
-    bool m_available = true;
     bool m_listening = false;
-    int m_listenCount = 0;
     bool m_leftDown = false;
     QPointF m_location;
     Qt::KeyboardModifiers m_modifiers;
