@@ -2,8 +2,6 @@
 
 #include "core/Settings.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
 
 // Two recognisably different, deterministic sets of settings for the kill -9 test: many
 // layout blobs on several screens (large enough that writing them takes a moment), the
@@ -45,22 +43,6 @@ inline QString identify(const Settings& settings)
         if (settings.blobLists(Keys::layouts) == layouts(variant) && settings.value(Keys::gapSize) == gapSize(variant))
             return QString(QLatin1Char(variant));
     return settings.blobLists(Keys::layouts).isEmpty() ? QStringLiteral("none") : QStringLiteral("a mixture");
-}
-
-// A variant's entries as the settings file holds them (JSON blobs as JSON strings).
-inline QJsonObject fileEntries(char variant)
-{
-    QJsonObject catalogue;
-    const auto blobs = layouts(variant);
-    for (auto it = blobs.cbegin(); it != blobs.cend(); ++it) {
-        QJsonArray texts;
-        for (const QByteArray& blob : it.value())
-            texts.append(QString::fromUtf8(blob));
-        catalogue.insert(it.key(), texts);
-    }
-    return QJsonObject {{Keys::layouts.storedKey, catalogue},
-        {Keys::activeLayouts.storedKey, QJsonObject {{"SCREEN-0-1920x1080", QStringLiteral("%1-0-0").arg(variant)}}},
-        {Keys::gapSize.storedKey, gapSize(variant)}};
 }
 
 } // namespace DurabilityCatalogue

@@ -2,10 +2,11 @@
 // real store, and is SIGKILLed at random moments, some while it starts up (reading,
 // refreshing the backup), most while it writes.
 #include "DurabilityCatalogue.h"
+#include "TestSupport.h"
+#include "core/FileSettingsBackend.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -16,51 +17,44 @@
 
 namespace {
 
-// "A" or "B" when a file holds exactly that variant, byte for byte as the store writes
-// it; otherwise what is wrong with it (missing, empty, unparsable, torn, a mixture).
+// "A" or "B" when a file holds exactly that variant, read through the store on a copy
+// (the store would put a backup in place of a damaged original); anything else says
+// what is wrong with it.
 QString variantInFile(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return path + " cannot be opened";
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (!document.isObject())
-        return QStringLiteral("%1 does not parse: %2 at byte %3").arg(path, error.errorString()).arg(error.offset);
-    for (const char variant : {'A', 'B'})
-        if (document.object() == DurabilityCatalogue::fileEntries(variant))
-            return QString(QLatin1Char(variant));
-    return path + " holds neither variant";
+    static QTemporaryDir elsewhere;
+    static int copies = 0;
+    const QString copy = QStringLiteral("%1/copy-%2.json").arg(elsewhere.path()).arg(++copies);
+    if (!QFile::copy(path, copy))
+        return path + " cannot be copied";
+    TestLog log;
+    const QString found = DurabilityCatalogue::identify(Settings(std::make_unique<FileSettingsBackend>(copy)));
+    QFile::remove(copy);
+    return log.count("cannot be read") ? path + " cannot be read: " + QString::fromStdString(log.text()) : found;
 }
 
-class Writer final
+// The writer process; it is SIGKILLed when it goes out of scope.
+struct Writer final : QProcess
 {
-public:
     explicit Writer(const QProcessEnvironment& environment, const QStringList& arguments = {})
     {
-        m_process.setProcessEnvironment(environment);
-        m_process.start(QStringLiteral(PARQUETA_SETTINGS_WRITER_PATH), arguments);
+        setProcessEnvironment(environment);
+        start(QStringLiteral(PARQUETA_SETTINGS_WRITER_PATH), arguments);
     }
-    ~Writer() { killNow(); }
-    bool started() { return m_process.waitForStarted(10000); }
+    ~Writer() override { killNow(); }
     // A line of output: "start <what the store held>" first.
     QString line()
     {
         QDeadlineTimer deadline(30000);
-        while (!m_process.canReadLine() && !deadline.hasExpired() && m_process.state() != QProcess::NotRunning)
-            m_process.waitForReadyRead(100);
-        return m_process.canReadLine() ? QString::fromUtf8(m_process.readLine()).trimmed()
-                                       : "(nothing; stderr: " + QString::fromLocal8Bit(m_process.readAllStandardError()) + ")";
+        while (!canReadLine() && !deadline.hasExpired() && state() != QProcess::NotRunning)
+            waitForReadyRead(100);
+        return canReadLine() ? QString::fromUtf8(readLine()).trimmed() : "(nothing; stderr: " + readAllStandardError() + ")";
     }
-    bool isRunning() const { return m_process.state() == QProcess::Running; }
     void killNow()
     {
-        m_process.kill(); // SIGKILL
-        m_process.waitForFinished(10000);
+        kill();
+        waitForFinished(10000);
     }
-
-private:
-    QProcess m_process;
 };
 
 } // namespace
@@ -91,7 +85,7 @@ TEST(KillDuringWrites, TheSettingsFileIsAlwaysWholeAndTheNextStartReadsIt)
     for (int kill = 1; kill <= 200; ++kill) {
         SCOPED_TRACE("kill " + std::to_string(kill));
         Writer writer(environment);
-        ASSERT_TRUE(writer.started());
+        ASSERT_TRUE(writer.waitForStarted(10000));
         if (startUpKill(random) == 0) {
             std::this_thread::sleep_for(std::chrono::microseconds(startUpDelay(random)));
             ++killsWhileStarting;
@@ -99,7 +93,7 @@ TEST(KillDuringWrites, TheSettingsFileIsAlwaysWholeAndTheNextStartReadsIt)
             ASSERT_EQ(writer.line(), "start " + inFile);
             std::this_thread::sleep_for(std::chrono::microseconds(writeDelay(random)));
         }
-        ASSERT_TRUE(writer.isRunning()) << "the writer stopped by itself";
+        ASSERT_EQ(writer.state(), QProcess::Running) << "the writer stopped by itself";
         writer.killNow();
         // A write holds "<file>.lock" from before it reads the file until the new one is
         // in place: a lock left behind shows the kill landed mid-write.

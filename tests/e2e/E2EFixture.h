@@ -30,19 +30,10 @@ struct DesktopSetup
 {
     WindowManagerKind windowManager = WindowManagerKind::Openbox;
     CompositorKind compositor = CompositorKind::None;
+    const char* name = "";
 
-    friend bool operator==(const DesktopSetup&, const DesktopSetup&) = default;
-    friend void PrintTo(const DesktopSetup& setup, std::ostream* os) { *os << setup.name(); }
-    std::string name() const
-    {
-        const char* wm = windowManager == WindowManagerKind::Openbox ? "openbox"
-            : windowManager == WindowManagerKind::Metacity          ? "metacity"
-                                                                    : "xfwm4";
-        const char* cm = compositor == CompositorKind::Xcompmgr ? "xcompmgr"
-            : compositor == CompositorKind::Picom               ? "picom"
-                                                                : "nocompositor";
-        return std::string(wm) + "_" + cm;
-    }
+    friend bool operator==(const DesktopSetup& a, const DesktopSetup& b) { return std::string(a.name) == b.name; }
+    friend void PrintTo(const DesktopSetup& setup, std::ostream* os) { *os << setup.name; }
 };
 
 class Fixture : public ::testing::Test
@@ -55,8 +46,6 @@ protected:
         }
         m_parqueta.reset();
         desktop.stopAllClients();
-        if (HasFailure())
-            std::fprintf(stderr, "[e2e] desktop logs in %s/logs\n", qPrintable(desktop.scratchDir()));
     }
 
     // The desktop as asked; kept from the previous test when it is already so.
@@ -110,13 +99,11 @@ protected:
 
     xcb_window_t plainWindow(const QString& title, const QRect& geometry = QRect(150, 200, 420, 300))
     {
-        const xcb_window_t window = desktop.startPlainWindow(title, geometry);
-        EXPECT_TRUE(window != XCB_WINDOW_NONE && VirtualDesktop::waitUntil([&] { return driver.frameOf(window).has_value(); }));
-        return window;
+        return shown(desktop.startPlainWindow(title, geometry));
     }
-    xcb_window_t xterm(const QString& title)
+    xcb_window_t xterm(const QString& title) { return shown(desktop.startXterm(title)); }
+    xcb_window_t shown(xcb_window_t window)
     {
-        const xcb_window_t window = desktop.startXterm(title);
         EXPECT_TRUE(window != XCB_WINDOW_NONE && VirtualDesktop::waitUntil([&] { return driver.frameOf(window).has_value(); }));
         return window;
     }

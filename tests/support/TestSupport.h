@@ -9,24 +9,15 @@
 // Readable GoogleTest failure messages for the Qt types the tests compare.
 inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 inline void PrintTo(const QStringList& list, std::ostream* os) { *os << '{' << list.join(", ").toStdString() << '}'; }
-inline void PrintTo(const QRectF& r, std::ostream* os)
-{
-    *os << r.x() << "," << r.y() << " " << r.width() << "x" << r.height();
-}
+inline void PrintTo(const QRectF& r, std::ostream* os) { *os << r.x() << "," << r.y() << " " << r.width() << "x" << r.height(); }
 
 // Collects the warnings and errors logged while it lives, as "category: message" lines,
 // so tests can check what the user would find in the log.
 class TestLog final
 {
 public:
-    TestLog()
-    {
-        lines().clear();
-        m_previous = qInstallMessageHandler(&TestLog::handle);
-    }
+    TestLog() : m_previous(qInstallMessageHandler(&TestLog::handle)) { lines().clear(); }
     ~TestLog() { qInstallMessageHandler(m_previous); }
-    TestLog(const TestLog&) = delete;
-    TestLog& operator=(const TestLog&) = delete;
 
     int count(const QString& containing) const { return int(lines().filter(containing).size()); }
     std::string text() const { return lines().join('\n').toStdString(); }
@@ -43,5 +34,5 @@ private:
             lines() << QString::fromLatin1(context.category ? context.category : "default") + ": " + message;
     }
 
-    QtMessageHandler m_previous = nullptr;
+    QtMessageHandler m_previous;
 };

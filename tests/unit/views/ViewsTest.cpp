@@ -1,9 +1,8 @@
 // The zone overlay, painted offscreen, with the engine faked behind ZoneOverlayEngine:
 // which zones light up during a gesture, what its end snaps, what is painted and how the
-// window is shaped, and how the factory keeps and reuses windows. Whether the window
-// system leaves the overlay unfocused and click-through is checked on X11.
-#include "FakeDesktopEffects.h"
-#include "FakeDisplayServer.h"
+// window is shaped, and how the factory keeps and reuses windows. That the window system
+// leaves it unfocused and click-through is checked on X11.
+#include "FakePlatform.h"
 #include "TestSupport.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
@@ -70,9 +69,9 @@ bool waitFor(const std::function<bool()>& condition)
     const auto mix = [&](double t, double b) { return (t * ta + b * ba * (1 - ta)) / a; };
     const QColor expected = QColor::fromRgbF(float(mix(top.redF(), bottom.redF())), float(mix(top.greenF(), bottom.greenF())),
         float(mix(top.blueF(), bottom.blueF())), float(a));
-    if (std::max({std::abs(actual.red() - expected.red()), std::abs(actual.green() - expected.green()),
-            std::abs(actual.blue() - expected.blue()), std::abs(actual.alpha() - expected.alpha())})
-        <= 3)
+    const int off = std::max({std::abs(actual.red() - expected.red()), std::abs(actual.green() - expected.green()),
+        std::abs(actual.blue() - expected.blue()), std::abs(actual.alpha() - expected.alpha())});
+    if (off <= 3)
         return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << "got " << actual.name(QColor::HexArgb).toStdString() << ", expected "
                                          << expected.name(QColor::HexArgb).toStdString();
@@ -203,12 +202,9 @@ TEST_F(Views, HighlightIsPaintedHalfOverTheBackdropThatFollowsTheDesktopsPalette
     EXPECT_TRUE(isBlend(pixel(*window, interior(0)), kLight, 1, Qt::transparent));
     EXPECT_TRUE(isBlend(pixel(*window, {1, 200}), kAccent, 1, Qt::transparent)) << "border, two pixels wide";
     EXPECT_TRUE(isBlend(pixel(*window, {2, 200}), kLight, 1, Qt::transparent));
-    EXPECT_TRUE(isBlend(pixel(*window, {zoneRect(2).left(), 300}), kAccent, 1, Qt::transparent)) << "zone outline";
-    // System accent: the palette's highlight for the border, half-way to white for the fill.
     setPalette(Qt::white, QColor(0, 90, 200));
     settings.setValue(Keys::useSystemAccentColor, true);
-    EXPECT_TRUE(isBlend(pixel(*window, {1, 200}), QColor(0, 90, 200), 1, Qt::transparent));
-    EXPECT_TRUE(isBlend(pixel(*window, interior(1)), QColor(128, 173, 228), 0.5, kLight));
+    EXPECT_TRUE(isBlend(pixel(*window, interior(1)), QColor(128, 173, 228), 0.5, kLight)) << "half-way to white";
 
     window->show();
     setPalette(QColor(40, 40, 44));
@@ -232,8 +228,6 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     EXPECT_FALSE(mask.intersected(numberBox).isEmpty()) << "zone number";
     EXPECT_NE(mask.intersected(numberBox), QRegion(numberBox)) << "shaped like the digit, not a block";
     EXPECT_EQ(pixel(*window, interior(1)).alpha(), 255);
-    move(*window, {"3"});
-    EXPECT_FALSE(window->mask().contains(interior(1)));
 
     // The shape follows the numbers when the layout changes.
     layout->root()->resizeFirstChild(zoneRect(0).width() - 100);
@@ -246,22 +240,6 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     effects.setTranslucent(true);
     EXPECT_TRUE(window->view().isOpaque());
     EXPECT_FALSE(window->mask().isEmpty());
-}
-
-TEST_F(Views, TheOverlayIsClickThroughNeverFocusedFadesInAndFollowsTheGestureWhileShown)
-{
-    const auto window = makeWindow();
-    const Qt::WindowFlags required = Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
-        | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool;
-    EXPECT_EQ(window->windowFlags() & required, required);
-    EXPECT_TRUE(window->testAttribute(Qt::WA_TranslucentBackground));
-    EXPECT_TRUE(window->testAttribute(Qt::WA_ShowWithoutActivating));
-    window->show();
-    EXPECT_LT(window->windowOpacity(), 0.2);
-    EXPECT_TRUE(engine.observers.contains(&window->viewModel()));
-    EXPECT_TRUE(waitFor([&] { return window->windowOpacity() == 1.0; }));
-    window->hide();
-    EXPECT_TRUE(engine.observers.empty());
 }
 
 // The next gesture gets the hidden window back, cleared and following the gesture again;
@@ -303,8 +281,6 @@ TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillF
 
     displays.setDisplays({});
     EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
-    factory.setEngine(nullptr);
-    EXPECT_EQ(factory.keptCount(), 0);
 }
 
 // The engine drops its overlays inside its own gesture-end callback; the view model,

@@ -52,8 +52,6 @@ TEST(X11Struts, PanelsShrinkOnlyTheMonitorsTheyReserveSpaceOn)
     const QList<X11Strut> shorter {partial({0, 0, 0, 1200 - 1024 + 30, 0, 0, 0, 0, 0, 0, 1920, 3199}, root)};
     EXPECT_EQ(visibleArea(QRect(1920, 0, 1280, 1024), root, shorter), QRect(1920, 0, 1280, 994));
     EXPECT_EQ(visibleArea(QRect(0, 0, 1920, 1200), root, shorter), QRect(0, 0, 1920, 1200));
-    EXPECT_FALSE(X11Strut::fromLegacy({1, 2, 3}, kRoot).has_value());
-    EXPECT_FALSE(X11Strut::fromPartial({1, 2, 3, 4}, kRoot).has_value());
 }
 
 QByteArray descriptor(quint8 tag, const QByteArray& text)
