@@ -96,4 +96,23 @@ INSTANTIATE_TEST_SUITE_P(Desktops, Snapping,
         DesktopSetup {WindowManagerKind::Metacity, CompositorKind::None, "metacity"}),
     [](const auto& param) { return std::string(param.param.name); });
 
+// xfwm4 on RandR monitors made with --setmonitor (all Xvfb offers) sees one head as wide
+// as the first monitor and pulls windows back inside it: it is driven on LEFT only.
+TEST_F(Fixture, Xfwm4ShiftRightClickAndShiftFirstAllSnapOnTheFirstMonitor)
+{
+    ASSERT_NO_FATAL_FAILURE(prepare({WindowManagerKind::Xfwm4, CompositorKind::Picom, "xfwm4_picom"}));
+    ASSERT_NO_FATAL_FAILURE(startParqueta());
+    const xcb_window_t plain = plainWindow("xfwm4");
+    const xcb_window_t term = xterm("xfwm4 terminal");
+    driver.drag(plain, zones.dropPoint(kLeft, "1"));
+    EXPECT_TRUE(lands(plain, frame(kLeft, "1")));
+    DragOptions options;
+    options.toggle = ZoneToggle::RightClick; // ends xfwm4's own move; the release still snaps
+    EXPECT_FALSE(driver.drag(term, zones.dropPoint(kLeft, "2"), options).windowMovedAfterToggle);
+    EXPECT_TRUE(lands(term, frame(kLeft, "2"), kCell));
+    options.toggle = ZoneToggle::ShiftHeldAtPress;
+    driver.drag(plain, zones.dropPoint(kLeft, "2", QPoint(0, 200)), options);
+    EXPECT_TRUE(lands(plain, frame(kLeft, "2")));
+}
+
 } // namespace

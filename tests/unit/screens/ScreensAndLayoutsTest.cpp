@@ -126,10 +126,6 @@ TEST_F(ScreenManagerTest, PointsBelongToTheFirstDisplayWhoseFrameHoldsThemLeftAn
         EXPECT_EQ(screens.screenWithPoint(row.point).value_or(Screen()).name(), row.screen) << row.point.x();
     displays.setPointer(QPointF(2000, 500));
     EXPECT_EQ(screens.screenWithMouse()->name(), "RIGHT");
-    DisplayInfo mirror = kRight;
-    mirror.frame = kLeft.frame;
-    displays.setDisplays({mirror, kLeft});
-    EXPECT_EQ(screens.screenWithPoint(QPointF(10, 10))->name(), "RIGHT") << "mirrored: the first in platform order";
 }
 
 // Catalogues on two screens: A (LEFT) and B (RIGHT).
