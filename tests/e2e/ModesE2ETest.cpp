@@ -23,8 +23,8 @@ TEST_F(Fixture, WithGapsWindowsKeepTheirDistanceFromEachOtherAndTheScreenEdges)
     const xcb_window_t second = plainWindow("gap two", QRect(700, 300, 300, 200));
     driver.drag(first, zones.dropPoint(kRight, "1"));
     driver.drag(second, zones.dropPoint(kRight, "2"));
-    // A whole gap at the screen's edges (the panel's edge included), half a gap each side
-    // of the border between the zones; computed here, not by the program's model code.
+    // A whole gap at the screen's edges (the panel's too), half a gap each side of the
+    // border between the zones; computed here, not with the program's model code.
     const int height = int(zones.visibleFrame(kRight)->height()) - 32;
     EXPECT_TRUE(lands(first, QRect(1280 + 16, 16, 640 - 16 - 8, height)));
     EXPECT_TRUE(lands(second, QRect(1280 + 640 + 8, 16, 640 - 8 - 16, height)));
@@ -68,7 +68,7 @@ TEST_F(Fixture, AWindowClosedOrAMonitorRemovedMidDragLeavesParquetaWorking)
     DragOptions closing;
     closing.beforeRelease = [&] {
         desktop.stopClient(doomed);
-        GestureDriver::pump(200);
+        VirtualDesktop::waitUntil([&] { return !driver.frameOf(doomed); });
     };
     EXPECT_TRUE(driver.drag(doomed, zones.dropPoint(kLeft, "2"), closing).overlayHiddenAfter) << log();
 
@@ -78,8 +78,7 @@ TEST_F(Fixture, AWindowClosedOrAMonitorRemovedMidDragLeavesParquetaWorking)
     DragOptions unplugging;
     unplugging.beforeRelease = [&] {
         ASSERT_TRUE(desktop.deleteMonitor(kRight));
-        overlays.waitForShown(1);
-        GestureDriver::pump(300);
+        VirtualDesktop::waitUntil([&] { return overlays.mappedCount() == 1; });
         overlaysAfterRemoval = overlays.mappedCount();
         // No further motion: the rebuilt overlay must show the zone under the pointer by
         // itself, or the release would snap nothing.

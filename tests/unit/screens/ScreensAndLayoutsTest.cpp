@@ -55,7 +55,6 @@ TEST_F(ScreenManagerTest, ScreensFollowThePlatformOrderAndAreRememberedWithTheNa
     ASSERT_EQ(found.size(), 2);
     EXPECT_EQ(found[0].id(), kUuidB + "-1920x1080");
     EXPECT_EQ(found[1].id(), kUuidA + "-1512x982");
-    EXPECT_EQ(found[0].name(), "RIGHT");
     EXPECT_EQ(Screen::fromJson(stored().value(found[1].id()))->name(), "LEFT");
 
     // Another start without displays still knows them; a renamed display keeps its first name.
