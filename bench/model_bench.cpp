@@ -3,9 +3,7 @@
 // layout catalogue from the settings store.
 //
 //   bench_model [Google Benchmark flags, e.g. --benchmark_filter=HitTest]
-#include "FakeDisplayServer.h"
-#include "FakeGlobalInput.h"
-#include "FakeHotkeyBackend.h"
+#include "FakePlatform.h"
 #include "FakeWindowControl.h"
 #include "SplitTrees.h"
 #include "core/FileSettingsBackend.h"

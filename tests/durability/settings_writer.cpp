@@ -1,33 +1,27 @@
-// Writes the settings through the real store (Settings over the user's settings file,
-// as the application opens it) in an endless loop, alternating the two catalogue
-// variants; the kill -9 test kills it at random moments.
-//
+// Writes the settings through the real store (Settings over the user's settings file, as
+// the application opens it), alternating the two variants; the kill -9 test kills it at
+// random moments.
 //   settings_writer            prints "start <what the store held>", then writes forever
 //   settings_writer --time N   writes N times and prints the mean time of one write
 #include "DurabilityCatalogue.h"
-
 #include "platform/SettingsLocation.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QStringList>
 
+#include <algorithm>
 #include <cstdio>
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    const qsizetype timeFlag = arguments.indexOf(QStringLiteral("--time"));
-    const long writes = timeFlag > 0 && timeFlag + 1 < arguments.size() ? arguments.at(timeFlag + 1).toLong() : -1;
-
+    const long writes = arguments.size() == 3 && arguments[1] == "--time" ? arguments[2].toLong() : -1;
     Settings settings(createUserSettingsBackend());
     const QString found = DurabilityCatalogue::identify(settings);
     std::printf("start %s\n", qPrintable(found));
     std::fflush(stdout);
-
-    using DurabilityCatalogue::Variant;
-    Variant next = found == QLatin1String("A") ? Variant::B : Variant::A;
+    char next = found == "A" ? 'B' : 'A';
     QElapsedTimer timer;
     timer.start();
     for (long done = 0; writes < 0 || done < writes; ++done) {
@@ -36,9 +30,8 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "settings_writer: the settings file could not be written\n");
             return 2;
         }
-        next = DurabilityCatalogue::other(next);
+        next = next == 'A' ? 'B' : 'A';
     }
-    if (writes > 0)
-        std::printf("%.2f ms per write\n", double(timer.nsecsElapsed()) / 1e6 / double(writes));
+    std::printf("%.2f ms per write\n", double(timer.nsecsElapsed()) / 1e6 / double(std::max(writes, 1L)));
     return 0;
 }

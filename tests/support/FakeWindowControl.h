@@ -3,24 +3,14 @@
 #include "platform/WindowControl.h"
 
 #include <QList>
-#include <QString>
+#include <QStringList>
 
 #include <map>
 #include <optional>
 
-// The handle FakeWindowControl hands out: just the window number.
-class FakeWindowHandle final : public WindowHandle
-{
-public:
-    explicit FakeWindowHandle(quint32 id)
-        : id(id)
-    { }
-    const quint32 id;
-};
-
-// A simulated window server. Windows are frames in desktop space that tests move,
-// resize, close and make stubborn; every call through the WindowControl interface is
-// logged so tests can check what the engine asked for and in which order.
+// A simulated window server. Windows are frames in desktop space that tests move, close
+// and make stubborn; every call through WindowControl that asks for or changes something
+// is logged, so tests can check what the engine asked for and in which order.
 class FakeWindowControl final : public WindowControl
 {
 public:
@@ -29,75 +19,127 @@ public:
         quint32 id = 0;
         QRectF frame;
         WindowApplication app;
-        bool normal = true;
-        // Closed windows answer nothing, as on a real desktop.
-        bool open = true;
-        // Sizes are rounded down to multiples of this (terminals); empty: exact.
-        QSizeF sizeStep;
-        // Sizes below this are raised to it.
-        QSizeF minimumSize;
-        // When set, every resize request is ignored.
-        bool refusesSize = false;
-        // When false, the frame cannot be read (the application does not answer).
-        bool readable = true;
-        // Reads of the frame, position or size that still succeed before the window stops
-        // answering, as when an application quits between two calls; negative: no limit.
-        int readsLeft = -1;
-        // When false, focus() reports a failed raise.
-        bool raisable = true;
+        bool open = true; // closed windows answer nothing, as on a real desktop
+        bool refusesSize = false; // every resize request is ignored
+        bool readable = true; // false: the frame cannot be read (the application does not answer)
+        bool raisable = true; // false: focus() reports a failed raise
     };
-
     struct Call
     {
         QString op;
         quint32 id = 0;
         QRectF rect;
-
         friend bool operator==(const Call&, const Call&) = default;
     };
 
-    // Adds an open window owned by appName (pid = id, identifier org.example.<appName>).
-    FakeWindow& addWindow(quint32 id, const QRectF& frame, const QString& appName = QStringLiteral("FakeApp"));
-    FakeWindow* window(quint32 id);
-    // The window vanishes: lookups stop finding it and reads give nothing.
-    void close(quint32 id);
-
+    // An open window owned by appName (pid = id).
+    FakeWindow& addWindow(quint32 id, const QRectF& frame, const QString& appName = QStringLiteral("FakeApp"))
+    {
+        return m_windows[id] = FakeWindow {id, frame, WindowApplication {qint64(id), appName, "org.example." + appName}};
+    }
+    FakeWindow* window(quint32 id) { return m_windows.contains(id) ? &m_windows[id] : nullptr; }
+    void close(quint32 id)
+    {
+        window(id)->open = false;
+        m_focused = m_focused == id ? std::nullopt : m_focused;
+        m_atCursor = m_atCursor == id ? std::nullopt : m_atCursor;
+    }
     void setFocused(std::optional<quint32> id) { m_focused = id; }
     void setWindowAtCursor(std::optional<quint32> id) { m_atCursor = id; }
-    std::optional<quint32> focusedId() const { return m_focused; }
-
     // The user (or the window manager) moves or resizes a window: not logged.
-    void moveWindow(quint32 id, const QPointF& topLeft);
-    void setWindowFrame(quint32 id, const QRectF& frame);
-    std::optional<QRectF> frameOf(quint32 id) const;
+    void moveWindow(quint32 id, const QPointF& topLeft) { window(id)->frame.moveTopLeft(topLeft); }
+    void setWindowFrame(quint32 id, const QRectF& frame) { window(id)->frame = frame; }
+    std::optional<QRectF> frameOf(quint32 id)
+    {
+        const FakeWindow* w = window(id);
+        return w && w->open ? std::optional(w->frame) : std::nullopt;
+    }
 
-    const QList<Call>& calls() const { return m_calls; }
-    // The calls whose op is one of ops, in order.
-    QList<Call> calls(const QStringList& ops) const;
-    int count(const QString& op) const;
+    QList<Call> calls(const QStringList& ops) const
+    {
+        QList<Call> result;
+        for (const Call& call : m_calls)
+            if (ops.contains(call.op))
+                result.append(call);
+        return result;
+    }
+    int count(const QString& op) const { return int(calls(QStringList {op}).size()); }
     void clearCalls() { m_calls.clear(); }
 
-    static Handle handleFor(quint32 id);
+    static Handle handleFor(quint32 id) { return std::make_shared<Id>(id); }
 
-    // WindowControl
-    Handle focusedWindow() override;
-    Handle windowAtCursor() override;
-    std::optional<quint32> windowId(const WindowHandle& window) override;
-    std::optional<WindowApplication> application(const WindowHandle& window) override;
-    std::optional<QRectF> frame(const WindowHandle& window) override;
-    std::optional<QPointF> position(const WindowHandle& window) override;
-    std::optional<QSizeF> size(const WindowHandle& window) override;
-    void setFrame(const WindowHandle& window, const QRectF& rect) override;
-    void setSize(const WindowHandle& window, const QSizeF& size) override;
-    bool focus(const WindowHandle& window) override;
-    bool isNormal(const WindowHandle& window) override;
+    Handle focusedWindow() override { return lookUp("focusedWindow", m_focused); }
+    Handle windowAtCursor() override { return lookUp("windowAtCursor", m_atCursor); }
+    std::optional<quint32> windowId(const WindowHandle& handle) override
+    {
+        const FakeWindow* w = live(handle);
+        return w ? std::optional(w->id) : std::nullopt;
+    }
+    std::optional<WindowApplication> application(const WindowHandle& handle) override
+    {
+        const FakeWindow* w = live(handle);
+        return w ? std::optional(w->app) : std::nullopt;
+    }
+    std::optional<QRectF> frame(const WindowHandle& handle) override { return read("frame", handle); }
+    std::optional<QPointF> position(const WindowHandle& handle) override
+    {
+        const std::optional<QRectF> frame = read("position", handle);
+        return frame ? std::optional(frame->topLeft()) : std::nullopt;
+    }
+    std::optional<QSizeF> size(const WindowHandle& handle) override
+    {
+        const std::optional<QRectF> frame = read("size", handle);
+        return frame ? std::optional(frame->size()) : std::nullopt;
+    }
+    void setFrame(const WindowHandle& handle, const QRectF& rect) override
+    {
+        if (FakeWindow* w = logged("setFrame", handle, rect))
+            w->frame = QRectF(rect.topLeft(), w->refusesSize ? w->frame.size() : rect.size());
+    }
+    void setSize(const WindowHandle& handle, const QSizeF& size) override
+    {
+        if (FakeWindow* w = logged("setSize", handle, QRectF(QPointF(), size)); w && !w->refusesSize)
+            w->frame.setSize(size);
+    }
+    bool focus(const WindowHandle& handle) override
+    {
+        FakeWindow* w = logged("focus", handle);
+        if (w && w->raisable)
+            m_focused = w->id;
+        return w && w->raisable;
+    }
+    bool isNormal(const WindowHandle& handle) override { return live(handle); }
 
 private:
-    FakeWindow* live(const WindowHandle& window);
-    // Whether a read of w succeeds now; counts down readsLeft.
-    static bool answers(FakeWindow& w);
-    QSizeF acceptedSize(const FakeWindow& window, const QSizeF& requested) const;
-    void log(const QString& op, quint32 id, const QRectF& rect = {});
+    // The handle this fake hands out: just the window number.
+    struct Id final : WindowHandle
+    {
+        explicit Id(quint32 id) : id(id) { }
+        const quint32 id;
+    };
+
+    Handle lookUp(const char* op, std::optional<quint32> id)
+    {
+        m_calls.append({QString::fromLatin1(op), id.value_or(0), {}});
+        return id && frameOf(*id) ? handleFor(*id) : nullptr;
+    }
+    FakeWindow* live(const WindowHandle& handle)
+    {
+        const auto* fake = dynamic_cast<const Id*>(&handle);
+        FakeWindow* w = fake ? window(fake->id) : nullptr;
+        return w && w->open ? w : nullptr;
+    }
+    FakeWindow* logged(const char* op, const WindowHandle& handle, const QRectF& rect = {})
+    {
+        FakeWindow* w = live(handle);
+        m_calls.append({QString::fromLatin1(op), w ? w->id : 0, rect});
+        return w;
+    }
+    std::optional<QRectF> read(const char* op, const WindowHandle& handle)
+    {
+        const FakeWindow* w = logged(op, handle);
+        return w && w->readable ? std::optional(w->frame) : std::nullopt;
+    }
 
     std::map<quint32, FakeWindow> m_windows;
     std::optional<quint32> m_focused;

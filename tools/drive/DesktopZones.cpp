@@ -1,6 +1,6 @@
 #include "DesktopZones.h"
 
-#include "FakeHotkeyBackend.h"
+#include "FakePlatform.h"
 #include "ParquetaProcess.h"
 #include "VirtualDesktop.h"
 #include "core/FileSettingsBackend.h"

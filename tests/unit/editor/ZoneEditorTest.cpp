@@ -1,10 +1,7 @@
 // The zone editor (session, canvas, manager), the borders flash, and windows following
 // their zones when a layout changes. Offscreen: the canvas is driven with synthetic
 // events at half the layout's size, as on a screen with a device-pixel ratio of 2.
-#include "FakeDesktopEffects.h"
-#include "FakeDisplayServer.h"
-#include "FakeGlobalInput.h"
-#include "FakeHotkeyBackend.h"
+#include "FakePlatform.h"
 #include "FakeWindowControl.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"

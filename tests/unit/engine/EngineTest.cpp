@@ -1,0 +1,375 @@
+// The engine on the platform fakes: which drags become zone gestures, which zones the
+// pointer is in, and what a snap, an unsnap and the six window shortcuts do to windows.
+#include "FakePlatform.h"
+#include "FakeWindowControl.h"
+#include "TestSupport.h"
+#include "core/MemorySettingsBackend.h"
+#include "core/Settings.h"
+#include "managers/GlobalShortcuts.h"
+#include "managers/LayoutManager.h"
+#include "managers/OverlayWindow.h"
+#include "managers/ScreenManager.h"
+#include "managers/WindowDragMonitor.h"
+#include "managers/WindowManager.h"
+#include "managers/ZoneGestureMonitor.h"
+#include "managers/ZoneManager.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Call = FakeWindowControl::Call;
+
+// Overlays are the view layer's (tested there and end to end); here every screen gets none.
+struct NoOverlays final : OverlayFactory
+{
+    std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override { return nullptr; }
+};
+
+const Qt::KeyboardModifiers kPrimary = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+const KeyCombination kCycleLeft(kPrimary, Qt::Key_Left), kCycleRight(kPrimary, Qt::Key_Right);
+const KeyCombination kNext(kPrimary, Qt::Key_Up), kPrev(kPrimary, Qt::Key_Down);
+const KeyCombination kSpanLeft(kPrimary | Qt::ShiftModifier, Qt::Key_Left);
+const KeyCombination kSpanRight(kPrimary | Qt::ShiftModifier, Qt::Key_Right);
+
+// LEFT is the primary with a 30-point panel along its top; RIGHT stands beside it with a
+// 40-point panel along its bottom. Each has zones "1" | "2" | "3" of 400, 400 and 480
+// points, the full height of its visible frame. Window 7 is 500 x 400.
+class Engine : public ::testing::Test
+{
+protected:
+    Engine()
+    {
+        displays.setDisplays({FakeDisplayServer::display("11111111-1111-1111-1111-111111111111", "LEFT",
+                                  QRectF(0, 0, 1280, 1080), QRectF(0, 30, 1280, 1050)),
+            FakeDisplayServer::display("22222222-2222-2222-2222-222222222222", "RIGHT", QRectF(1280, 0, 1280, 1080),
+                QRectF(1280, 0, 1280, 1040))});
+        left = screens.screens().at(0);
+        right = screens.screens().at(1);
+        for (const Screen& screen : {left, right}) {
+            auto root = SplitNode::create(0, 0, screens.visibleFrameOf(screen)->width(), screens.visibleFrameOf(screen)->height());
+            root->splitAtOffset(SplitType::vertical, 400);
+            root->children().at(1)->splitAtOffset(SplitType::vertical, 400);
+            auto layout = Layout::create(root, QUuid::createUuid(), screen);
+            layouts.save(LayoutList {layout}, screen);
+            layouts.setActiveFor(screen, layout);
+        }
+        settings.setValue(Keys::spanAdjancedZones, false);
+        control.addWindow(7, QRectF(100, 100, 500, 400));
+        zoneManager.startObserving();
+        dragMonitor.startMonitoring();
+        gestures.startMonitoring();
+    }
+
+    std::vector<std::shared_ptr<Zone>> zones(const Screen& screen, const std::vector<int>& numbers)
+    {
+        std::vector<std::shared_ptr<Zone>> result;
+        for (const int number : numbers)
+            result.push_back(layouts.activeFor(screen)->zones().at(size_t(number - 1)));
+        return result;
+    }
+    WindowPtr record(quint32 id) { return windows.windowFrom(FakeWindowControl::handleFor(id)); }
+    QRectF frameOf(quint32 id) { return control.frameOf(id).value_or(QRectF()); }
+    QList<Call> writes() const { return control.calls(QStringList {"setFrame", "setSize"}); }
+    // The zones a window stands in ("1 2"), checking on the way that a window is known
+    // exactly while it stands in some zone and that no zone keeps an empty list.
+    QString zonesOf(quint32 id)
+    {
+        QStringList result;
+        QSet<quint32> listed;
+        const auto byZone = zoneManager.snappedWindowsByZone();
+        for (auto it = byZone.cbegin(); it != byZone.cend(); ++it) {
+            EXPECT_FALSE(it.value().empty()) << "zone " << it.key().toStdString() << " keeps an empty list";
+            for (const WindowPtr& window : it.value()) {
+                listed.insert(window->id());
+                if (window->id() == id)
+                    result << it.key();
+            }
+        }
+        const QList<quint32> known = zoneManager.snappedWindows().keys();
+        EXPECT_EQ(listed, QSet<quint32>(known.begin(), known.end()));
+        result.sort();
+        return result.join(' ');
+    }
+    // One drag step in which the window manager moved window 7 along with the pointer.
+    void step(qreal dx = 5)
+    {
+        control.moveWindow(7, frameOf(7).topLeft() + QPointF(dx, 0));
+        input.moveBy(dx, 0);
+    }
+
+    FakeDisplayServer displays;
+    FakeWindowControl control;
+    FakeGlobalInput input;
+    FakeHotkeyBackend hotkeys;
+    NoOverlays overlays;
+    Settings settings {std::make_unique<MemorySettingsBackend>()};
+    ScreenManager screens {displays, settings};
+    GlobalShortcuts shortcuts {hotkeys, settings};
+    LayoutManager layouts {settings, screens, shortcuts};
+    WindowManager windows {control, WindowManager::screenLocator(screens)};
+    WindowDragMonitor dragMonitor {input, windows};
+    ZoneGestureMonitor gestures {dragMonitor, input, settings};
+    ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};
+    Screen left, right;
+};
+
+
+// Logs "start", "move", "end" or "cancel", with " #<id>" when the event carries a drag
+// and " multi" when it is multi-zone.
+class GestureLog final : public ZoneGestureObserver
+{
+public:
+    void zoneGestureDidStart(const ZoneGestureEvent& e) override { add("start", e); }
+    void zoneGestureDidMove(const ZoneGestureEvent& e) override { add("move", e); }
+    void zoneGestureDidEnd(const ZoneGestureEvent& e, bool canceled) override { add(canceled ? "cancel" : "end", e); }
+    QStringList log;
+
+private:
+    void add(const char* what, const ZoneGestureEvent& e)
+    {
+        log << QString::fromLatin1(what) + (e.dragEvent ? QStringLiteral(" #%1").arg(e.dragEvent->window->id()) : "")
+                + (e.isMultiZone ? " multi" : "");
+    }
+};
+
+struct GestureRow
+{
+    const char* name;
+    bool holdShiftToSnap;
+    const char* script;
+    const char* heard;
+    friend void PrintTo(const GestureRow& row, std::ostream* os) { *os << row.name; }
+};
+
+class Gestures : public Engine, public ::testing::WithParamInterface<GestureRow>
+{ };
+
+// Actions: begin (button down, a step that moves the window), m (a step), end (button
+// up), R (right click), S/s, A/a, C/c (Shift, Alt, Control down/up); [off], [on:k],
+// [on:m] and [multi] check the monitor's state.
+TEST_P(Gestures, Script)
+{
+    settings.setValue(Keys::holdShiftToSnap, GetParam().holdShiftToSnap);
+    control.setWindowAtCursor(7);
+    GestureLog observer;
+    gestures.addObserver(&observer);
+    for (const QString& action : QString::fromLatin1(GetParam().script).split(' ')) {
+        SCOPED_TRACE(action.toStdString());
+        const QChar c = action.front();
+        if (action == "begin") {
+            input.pressLeft();
+            input.moveBy(1, 0);
+            step();
+        } else if (action == "m") {
+            step();
+        } else if (action == "end") {
+            input.releaseLeft();
+        } else if (action == "R") {
+            input.pressRight();
+        } else if (action.size() == 1) {
+            const Qt::KeyboardModifier m
+                = c.toUpper() == 'S' ? Qt::ShiftModifier : c.toUpper() == 'A' ? Qt::AltModifier : Qt::ControlModifier;
+            input.setModifiers(c.isUpper() ? input.currentModifiers() | m : input.currentModifiers() & ~m);
+        } else if (action == "[multi]") {
+            EXPECT_TRUE(gestures.isMultiZone());
+        } else {
+            EXPECT_EQ(gestures.inZoneMode(), action != "[off]");
+            EXPECT_EQ(gestures.toggledBy(), action == "[off]" ? ToggleDevice::none
+                    : action == "[on:k]"                      ? ToggleDevice::keyboard
+                                                              : ToggleDevice::mouse);
+        }
+    }
+    EXPECT_EQ(observer.log.join(", "), QString::fromLatin1(GetParam().heard));
+    gestures.removeObserver(&observer);
+}
+
+// "begin" reports a move for the step that started the drag. A start announced at the
+// drag start itself carries no drag event: it comes before the event is stored.
+INSTANTIATE_TEST_SUITE_P(ZoneGesture, Gestures,
+    ::testing::Values(GestureRow {"NoToggleOnlyTheUncancelledEnd", false, "begin m end [off]", "end #7"},
+        GestureRow {"ShiftAtStartToggleMode", false, "S begin [on:k] m end [off] s", "start, move #7, move #7, end #7"},
+        GestureRow {"ThreeShiftPressesLeaveZoneModeOn", false, "begin S m s [on:k] S [off] m s S s [on:k] end [off]",
+            "start #7, move #7, cancel, start #7, end #7"},
+        GestureRow {"RightClickAndKeyboardOwnTheirZoneMode", false,
+            "begin R [on:m] S s [on:m] R [off] S s [on:k] R [on:k] end", "start #7, cancel, start #7, end #7"},
+        GestureRow {"DragEndClearsTheOwner", false, "begin R end [off] begin S s [on:k] end",
+            "start #7, end #7, start #7, end #7"},
+        GestureRow {"HoldReleaseCancelsThenTheDragEndComes", true, "begin S m s [off] m end",
+            "start #7, move #7, cancel, end #7"},
+        GestureRow {"HoldAnnouncesEveryModifierChange", true, "begin C S c s end",
+            "cancel, start #7, start #7, cancel, end #7"},
+        GestureRow {"HoldRightClickWaitsForShiftsRelease", true, "begin S R [on:k] s R [on:m] S s [on:m] end",
+            "start #7, cancel, start #7, end #7"},
+        GestureRow {"AltIsReadWithTheNextNotification", false, "begin S s A [multi] m a m end",
+            "start #7, move #7 multi, move #7, end #7"},
+        // Shift is looked at before Alt at the start; Alt released after the drag is not seen.
+        GestureRow {"AltAtStartOutlivesTheDrag", false, "A S begin end a s [multi]", "start, move #7 multi, end #7 multi"},
+        GestureRow {"NothingOutsideADrag", false, "S s R begin end S s R [off]", "end #7"}),
+    [](const ::testing::TestParamInfo<GestureRow>& row) { return std::string(row.param.name); });
+
+
+struct HitRow
+{
+    double spanDistance; // 0: spanning off
+    QPointF pointer; // desktop space
+    const char* leftHits;
+    const char* rightHits;
+    friend void PrintTo(const HitRow& row, std::ostream* os)
+    {
+        *os << row.pointer.x() << "," << row.pointer.y() << " span " << row.spanDistance;
+    }
+};
+
+class HitTest : public Engine, public ::testing::WithParamInterface<HitRow>
+{ };
+
+TEST_P(HitTest, ZonesUnderThePointer)
+{
+    settings.setValue(Keys::spanAdjancedZones, GetParam().spanDistance != 0);
+    settings.setValue(Keys::autoSpanDistance, GetParam().spanDistance);
+    displays.setPointer(GetParam().pointer);
+    for (const auto& [screen, expected] : {std::pair {left, GetParam().leftHits}, {right, GetParam().rightHits}}) {
+        QStringList hits;
+        for (const std::shared_ptr<Zone>& z : layouts.activeFor(screen)->zones())
+            if (zoneManager.isCursorInZone(*z))
+                hits << z->id();
+        EXPECT_EQ(hits.join(' '), QString::fromLatin1(expected)) << screen.name().toStdString();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(ZoneManager, HitTest,
+    ::testing::Values(
+        // The point test: left and top edges inside, right and bottom edges outside.
+        HitRow {0, {0, 30}, "1", ""}, HitRow {0, {399.5, 500}, "1", ""}, HitRow {0, {400, 500}, "2", ""},
+        HitRow {0, {200, 29.5}, "", ""}, HitRow {0, {1280, 500}, "", "1"},
+        HitRow {0, {1300, 1039.9}, "", "1"}, HitRow {0, {1300, 1040}, "", ""}, HitRow {0, {-50, -50}, "", ""},
+        // Spanning: a square of side autoSpanDistance; touching a border is not crossing it.
+        HitRow {40, {381, 500}, "1 2", ""}, HitRow {40, {380, 500}, "1", ""}, HitRow {40, {419, 500}, "1 2", ""},
+        HitRow {40, {600, 11}, "2", ""},
+        // Never across screens, even when the square reaches over the edge.
+        HitRow {400, {1281, 500}, "", "1"},
+        // Half a point is raised to one; a negative distance is the point test.
+        HitRow {0.5, {399.6, 500}, "1 2", ""}, HitRow {0.5, {399.4, 500}, "1", ""}, HitRow {-10, {400, 500}, "2", ""}));
+
+
+TEST_F(Engine, SnapFillsTheUnionOfTheZonesOnTheFirstZonesScreenAndKeepsTheBookkeeping)
+{
+    zoneManager.snap(record(7), zones(left, {1, 2}));
+    EXPECT_EQ(frameOf(7), QRectF(0, 30, 800, 1050));
+    zoneManager.snap(record(7), zones(right, {3, 2}));
+    EXPECT_EQ(frameOf(7), QRectF(1680, 0, 880, 1040));
+    // Placed on RIGHT, and never taller than RIGHT's visible frame.
+    zoneManager.snap(record(7), {zones(right, {1})[0], zones(left, {2})[0]});
+    EXPECT_EQ(frameOf(7), QRectF(1280, 0, 800, 1040));
+
+    control.addWindow(8, QRectF(100, 100, 500, 400));
+    zoneManager.snap(record(7), zones(left, {1, 2, 3}));
+    zoneManager.snap(record(8), zones(left, {1}));
+    zoneManager.snap(record(7), zones(left, {3})); // leaves all its old zones
+    EXPECT_EQ(zonesOf(7), "3");
+    EXPECT_EQ(zonesOf(8), "1");
+    zoneManager.addSnappedWindow(record(8), zones(left, {1}));
+    EXPECT_EQ(zoneManager.snappedWindowsByZone().value("1").size(), 1u) << "a zone lists a window once";
+
+    // Nothing to go on: no zones, a zone without a screen, a screen not connected.
+    control.clearCalls();
+    const Screen unplugged("33333333-3333-3333-3333-333333333333-1920x1080", "GONE");
+    for (const std::optional<Screen>& screen : {std::optional<Screen>(), std::optional<Screen>(unplugged)}) {
+        const Zone zone("1", QRectF(0, 0, 400, 400), screen);
+        displays.setPointer(QPointF(100, 100));
+        EXPECT_FALSE(zoneManager.isCursorInZone(zone));
+        zoneManager.snap(record(7), {std::make_shared<Zone>(zone)});
+    }
+    zoneManager.snap(record(7), {});
+    EXPECT_TRUE(writes().isEmpty());
+}
+
+TEST_F(Engine, UnsnapRestoresTheSizeFromBeforeTheFirstSnapWhereTheWindowWasDropped)
+{
+    zoneManager.snap(record(7), zones(left, {1}));
+    zoneManager.snap(record(7), zones(left, {2, 3})); // through a record that carries zone 1's size
+    control.moveWindow(7, QPointF(640, 300));
+    control.clearCalls();
+    zoneManager.unsnap(record(7));
+    EXPECT_EQ(writes(), (QList<Call> {{"setSize", 7, QRectF(0, 0, 500, 400)}}));
+    EXPECT_EQ(frameOf(7), QRectF(640, 300, 500, 400));
+    EXPECT_EQ(zonesOf(7), "");
+    zoneManager.unsnap(record(7)); // not snapped: nothing to restore
+    EXPECT_EQ(writes().size(), 1);
+
+    settings.setValue(Keys::restoreSizeOnUnsnap, false);
+    zoneManager.snap(record(7), zones(left, {1}));
+    control.clearCalls();
+    zoneManager.unsnap(record(7));
+    EXPECT_TRUE(writes().isEmpty());
+    EXPECT_EQ(zonesOf(7), "");
+}
+
+
+struct KeyRow
+{
+    std::vector<int> from;
+    KeyCombination key;
+    const char* to; // "-": nothing moved
+    friend void PrintTo(const KeyRow& row, std::ostream* os)
+    {
+        *os << KeyCombinations::toText(row.key).toStdString() << " from " << row.from.front() << "+" << row.from.size();
+    }
+};
+
+class MoveAndSpan : public Engine, public ::testing::WithParamInterface<KeyRow>
+{ };
+
+TEST_P(MoveAndSpan, FromSnappedZones)
+{
+    shortcuts.registerDefaultShortcuts();
+    zoneManager.snap(record(7), zones(left, GetParam().from));
+    control.setFocused(7);
+    control.clearCalls();
+    ASSERT_TRUE(hotkeys.press(GetParam().key));
+    EXPECT_EQ(control.count("setFrame") ? zonesOf(7) : QStringLiteral("-"), QString::fromLatin1(GetParam().to));
+    QRectF expected;
+    for (const QString& id : zonesOf(7).split(' '))
+        expected |= zones(left, {id.toInt()})[0]->rect().translated(0, 30);
+    EXPECT_EQ(frameOf(7), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(ZoneShortcuts, MoveAndSpan,
+    ::testing::Values(KeyRow {{1}, kCycleRight, "2"}, KeyRow {{3}, kCycleRight, "1"}, KeyRow {{1}, kCycleLeft, "3"},
+        KeyRow {{3}, kCycleLeft, "2"}, KeyRow {{1, 2}, kCycleRight, "2"}, KeyRow {{1}, kSpanRight, "1 2"},
+        KeyRow {{3}, kSpanRight, "2 3"}, KeyRow {{1}, kSpanLeft, "-"}, KeyRow {{3}, kSpanLeft, "2 3"},
+        KeyRow {{1, 2}, kSpanRight, "1 2 3"}, KeyRow {{2, 3}, kSpanLeft, "1 2 3"}, KeyRow {{2, 3}, kSpanRight, "-"},
+        KeyRow {{1, 2, 3}, kSpanLeft, "-"}));
+
+TEST_F(Engine, CyclingRaisesTheWindowsOfOneZoneInSnapOrderAndDropsClosedOnes)
+{
+    shortcuts.registerDefaultShortcuts();
+    const auto raisedFrom = [&](quint32 id, KeyCombination key) -> quint32 {
+        control.setFocused(id);
+        control.clearCalls();
+        EXPECT_TRUE(hotkeys.press(key));
+        const QList<Call> raised = control.calls(QStringList {"focus"});
+        return raised.size() == 1 ? raised.front().id : 0;
+    };
+    zoneManager.snap(record(7), zones(left, {1}));
+    EXPECT_EQ(raisedFrom(7, kNext), 7u) << "a lone window is raised again";
+    for (const quint32 id : {8u, 9u}) {
+        control.addWindow(id, QRectF(100, 100, 500, 400));
+        zoneManager.snap(record(id), zones(left, {1}));
+    }
+    EXPECT_EQ((QList<quint32> {raisedFrom(7, kNext), raisedFrom(8, kNext), raisedFrom(9, kNext)}), (QList<quint32> {8, 9, 7}));
+    EXPECT_EQ((QList<quint32> {raisedFrom(7, kPrev), raisedFrom(8, kPrev), raisedFrom(9, kPrev)}), (QList<quint32> {9, 7, 8}));
+    EXPECT_TRUE(writes().isEmpty()) << "cycling only raises";
+
+    TestLog log;
+    control.window(9)->raisable = false;
+    EXPECT_EQ(raisedFrom(7, kNext), 8u);
+    EXPECT_EQ(raisedFrom(8, kNext), 9u);
+    EXPECT_EQ(log.count("failed to focus window"), 1);
+    control.close(8);
+    EXPECT_EQ(raisedFrom(7, kNext), 9u) << "a closed window leaves the zone when it is cycled";
+    EXPECT_EQ(zonesOf(8), "");
+}
+
+} // namespace

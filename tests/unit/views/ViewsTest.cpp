@@ -1,0 +1,298 @@
+// The zone overlay, painted offscreen, with the engine faked behind ZoneOverlayEngine:
+// which zones light up during a gesture, what its end snaps, what is painted and how the
+// window is shaped, and how the factory keeps and reuses windows. That the window system
+// leaves it unfocused and click-through is checked on X11.
+#include "FakePlatform.h"
+#include "TestSupport.h"
+#include "core/MemorySettingsBackend.h"
+#include "core/Settings.h"
+#include "core/ObserverList.h"
+#include "managers/ScreenManager.h"
+#include "models/LayoutPresets.h"
+#include "views/ZoneOverlayEngine.h"
+#include "views/ZonesOverlayFactory.h"
+#include "views/ZonesView.h"
+#include "views/ZonesViewModel.h"
+#include "views/ZonesWindow.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Zones "under the pointer" are set by the test; snaps are recorded as zone ids.
+class FakeEngine final : public ZoneOverlayEngine
+{
+public:
+    void addGestureObserver(ZoneGestureObserver* observer) override { observers.add(observer); }
+    void removeGestureObserver(ZoneGestureObserver* observer) override { observers.remove(observer); }
+    bool isCursorInZone(const Zone& zone) const override { return hits.contains(zone.id()); }
+    void snap(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones) override
+    {
+        QStringList ids;
+        for (const auto& zone : zones)
+            ids << zone->id();
+        snaps << QStringLiteral("#%1 %2").arg(window->id()).arg(ids.join(' '));
+    }
+    // The pointer is over these zones now, with or without Alt.
+    void move(const QStringList& zoneIds, bool multiZone = false)
+    {
+        hits = zoneIds;
+        observers.notify([&](ZoneGestureObserver& o) { o.zoneGestureDidMove(gesture(multiZone)); });
+    }
+    static ZoneGestureEvent gesture(bool multiZone)
+    {
+        auto window = std::make_shared<Window>(42, nullptr, WindowApplication {}, QSizeF(300, 200));
+        return ZoneGestureEvent {multiZone, WindowDragEvent {window, QRectF(10, 10, 300, 200)}};
+    }
+
+    QStringList hits;
+    QStringList snaps;
+    ObserverList<ZoneGestureObserver> observers;
+};
+
+bool waitFor(const std::function<bool()>& condition)
+{
+    QDeadlineTimer deadline(10000);
+    while (!condition() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return condition();
+}
+
+// `top` at `opacity` over `bottom`, source-over in straight alpha, within 3 per channel.
+::testing::AssertionResult isBlend(const QColor& actual, const QColor& top, double opacity, const QColor& bottom)
+{
+    const double ta = top.alphaF() * opacity, ba = bottom.alphaF(), a = ta + ba * (1 - ta);
+    const auto mix = [&](double t, double b) { return (t * ta + b * ba * (1 - ta)) / a; };
+    const QColor expected = QColor::fromRgbF(float(mix(top.redF(), bottom.redF())), float(mix(top.greenF(), bottom.greenF())),
+        float(mix(top.blueF(), bottom.blueF())), float(a));
+    const int off = std::max({std::abs(actual.red() - expected.red()), std::abs(actual.green() - expected.green()),
+        std::abs(actual.blue() - expected.blue()), std::abs(actual.alpha() - expected.alpha())});
+    if (off <= 3)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "got " << actual.name(QColor::HexArgb).toStdString() << ", expected "
+                                         << expected.name(QColor::HexArgb).toStdString();
+}
+
+QList<ZonesWindow*> zonesWindows()
+{
+    QList<ZonesWindow*> found;
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* window = qobject_cast<ZonesWindow*>(widget))
+            found << window;
+    return found;
+}
+
+void setPalette(const QColor& window, const QColor& accent = QColor(48, 140, 198))
+{
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::Highlight, accent);
+    QApplication::setPalette(palette);
+}
+
+const QColor kAccent {200, 30, 30};
+const QColor kHighlight {20, 160, 40};
+const QColor kLight {240, 240, 250, 128};
+const QColor kDark {10, 10, 30, 128};
+
+// A screen whose visible frame is 600 x 400 (a 40-point panel on its left), cut by the
+// three-zone preset: "1" left, "2" top right, "3" bottom right.
+class Views : public ::testing::Test
+{
+protected:
+    Views()
+    {
+        displays.setDisplays({FakeDisplayServer::display("0F3C1B2A-1111-5222-8333-444455556666", "LEFT",
+            QRectF(0, 0, 640, 400), QRectF(40, 0, 600, 400))});
+        screen = screens.screens().value(0);
+        layout = defaultLayout(DefaultLayoutType::rightT, screen, screens);
+        settings.setValue(Keys::useSystemAccentColor, false);
+        settings.setValue(Keys::customAccentColor, kAccent);
+        settings.setValue(Keys::zoneHighlightColor, kHighlight);
+        settings.setValue(Keys::zoneBackgroundLightColor, kLight);
+        settings.setValue(Keys::zoneBackgroundDarkColor, kDark);
+        setPalette(Qt::white);
+        factory.setEngine(&engine);
+    }
+    ~Views() override
+    {
+        QApplication::setPalette(m_palette);
+        waitFor([] { return true; });
+    }
+
+    std::unique_ptr<ZonesWindow> makeWindow()
+    {
+        return std::make_unique<ZonesWindow>(std::make_unique<ZonesViewModel>(screen, layout, engine, settings, screens),
+            QRect(40, 0, 600, 400), settings, effects);
+    }
+    QRect zoneRect(int index) const { return layout->zones().at(size_t(index))->rect().toRect(); }
+    // A point inside a zone, clear of its centred number.
+    QPoint interior(int index) const { return zoneRect(index).topLeft() + QPoint(20, 20); }
+    QColor pixel(QWidget& widget, QPoint at)
+    {
+        return widget.grab().toImage().convertToFormat(QImage::Format_ARGB32).pixelColor(at);
+    }
+    // The pointer moves over these zones; a window follows the gesture only while shown.
+    void move(ZonesWindow& window, const QStringList& zoneIds)
+    {
+        engine.hits = zoneIds;
+        window.viewModel().zoneGestureDidMove(FakeEngine::gesture(false));
+    }
+    QStringList highlighted() const
+    {
+        QStringList ids;
+        for (const auto& zone : layout->zones())
+            if (zone->highlighted())
+                ids << zone->id();
+        return ids;
+    }
+
+    QPalette m_palette = QApplication::palette();
+    FakeDisplayServer displays;
+    Settings settings {std::make_unique<MemorySettingsBackend>()};
+    ScreenManager screens {displays, settings};
+    FakeEngine engine;
+    FakeDesktopEffects effects;
+    Screen screen;
+    std::shared_ptr<Layout> layout;
+    static constexpr int kKeepMs = 50;
+    ZonesOverlayFactory factory {screens, settings, effects, kKeepMs};
+};
+
+TEST_F(Views, SingleZoneLightsWhatIsUnderThePointerMultiZoneKeepsWhatItCrossedAndTheEndSnapsIt)
+{
+    ZonesViewModel viewModel(screen, layout, engine, settings, screens);
+    QList<int> flips;
+    QObject::connect(&viewModel, &ZonesViewModel::zoneHighlightChanged, [&](int i) { flips << i; });
+    layout->zones()[1]->setHighlighted(true); // left over from an earlier gesture
+    viewModel.startMonitoring();
+    EXPECT_TRUE(highlighted().isEmpty());
+    flips.clear();
+    engine.move({"1"});
+    engine.move({"2", "3"}); // near the border of 2 and 3, spanning
+    EXPECT_EQ(highlighted(), QStringList({"2", "3"}));
+    engine.move({});
+    EXPECT_EQ(flips, QList<int>({0, 0, 1, 2, 1, 2})) << "each flip announced once";
+
+    engine.move({"3"}, true);
+    engine.move({"1"}, true);
+    engine.move({}, true);
+    EXPECT_EQ(highlighted(), QStringList({"1", "3"}));
+    engine.observers.notify([](ZoneGestureObserver& o) { o.zoneGestureDidEnd(FakeEngine::gesture(true), false); });
+    EXPECT_EQ(engine.snaps, QStringList {"#42 1 3"}) << "in layout order";
+    EXPECT_TRUE(highlighted().isEmpty()) << "no highlight may leak into the next gesture";
+
+    engine.move({"2"});
+    engine.observers.notify([](ZoneGestureObserver& o) { o.zoneGestureDidEnd({}, true); });
+    engine.observers.notify([](ZoneGestureObserver& o) { o.zoneGestureDidEnd(FakeEngine::gesture(false), false); });
+    EXPECT_EQ(engine.snaps.size(), 1) << "cancelled: nothing highlighted any more, nothing snapped";
+    viewModel.stopMonitoring();
+    EXPECT_TRUE(engine.observers.empty());
+}
+
+TEST_F(Views, HighlightIsPaintedHalfOverTheBackdropThatFollowsTheDesktopsPalette)
+{
+    const auto window = makeWindow();
+    move(*window, {"2"});
+    EXPECT_TRUE(isBlend(pixel(*window, interior(1)), kHighlight, 0.5, kLight));
+    EXPECT_TRUE(isBlend(pixel(*window, interior(0)), kLight, 1, Qt::transparent));
+    EXPECT_TRUE(isBlend(pixel(*window, {1, 200}), kAccent, 1, Qt::transparent)) << "border, two pixels wide";
+    setPalette(Qt::white, QColor(0, 90, 200));
+    settings.setValue(Keys::useSystemAccentColor, true);
+    EXPECT_TRUE(isBlend(pixel(*window, interior(1)), QColor(128, 173, 228), 0.5, kLight)) << "half-way to white";
+
+    window->show();
+    setPalette(QColor(40, 40, 44));
+    EXPECT_TRUE(waitFor([&] { return isBlend(pixel(*window, interior(0)), kDark, 1, Qt::transparent); }));
+    setPalette(QColor(236, 236, 236));
+    EXPECT_TRUE(waitFor([&] { return isBlend(pixel(*window, interior(0)), kLight, 1, Qt::transparent); }));
+}
+
+TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
+{
+    effects.setTranslucent(false);
+    const auto window = makeWindow();
+    EXPECT_FALSE(window->testAttribute(Qt::WA_TranslucentBackground)) << "the server would blend a 32-bit window itself";
+    move(*window, {"2"});
+    const QRegion mask = window->mask();
+    EXPECT_TRUE(mask.contains(QPoint(0, 200))) << "border";
+    EXPECT_TRUE(mask.contains(QPoint(zoneRect(2).left(), 300))) << "zone outline";
+    EXPECT_TRUE(mask.contains(interior(1))) << "highlighted fill";
+    EXPECT_FALSE(mask.contains(interior(0))) << "the bare backdrop lets the windows beneath show";
+    const QRect numberBox(zoneRect(0).center() - QPoint(15, 30), QSize(30, 60));
+    EXPECT_FALSE(mask.intersected(numberBox).isEmpty()) << "zone number";
+    EXPECT_NE(mask.intersected(numberBox), QRegion(numberBox)) << "shaped like the digit, not a block";
+    EXPECT_EQ(pixel(*window, interior(1)).alpha(), 255);
+
+    // The shape follows the numbers when the layout changes.
+    layout->root()->resizeFirstChild(zoneRect(0).width() - 100);
+    const QRect moved(zoneRect(0).center() - QPoint(15, 30), QSize(30, 60));
+    ASSERT_FALSE(moved.intersects(numberBox));
+    EXPECT_FALSE(window->mask().intersected(moved).isEmpty());
+    EXPECT_TRUE(window->mask().intersected(numberBox).isEmpty());
+
+    // A compositor starting now cannot make a window without alpha translucent.
+    effects.setTranslucent(true);
+    EXPECT_TRUE(window->view().isOpaque());
+    EXPECT_FALSE(window->mask().isEmpty());
+}
+
+// The next gesture gets the hidden window back, cleared and following the gesture again;
+// anything that changed what it must look like (layout, compositor) gets a new one.
+TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillFits)
+{
+    std::unique_ptr<OverlayWindow> overlay = factory.createOverlay(screen, layout);
+    ASSERT_NE(overlay, nullptr);
+    overlay->show();
+    ZonesWindow* first = zonesWindows().value(0);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->geometry(), QRect(40, 0, 600, 400));
+    EXPECT_EQ(first->view().geometry(), QRect(0, 0, 600, 400)) << "layout space is the window's own space";
+    engine.move({"2"});
+    overlay.reset();
+    EXPECT_TRUE(engine.observers.empty()) << "a hidden overlay follows no gesture";
+    EXPECT_EQ(factory.keptCount(), 1);
+
+    engine.hits.clear();
+    overlay = factory.createOverlay(screen, layout);
+    overlay->show();
+    EXPECT_EQ(zonesWindows(), QList<ZonesWindow*> {first});
+    EXPECT_TRUE(highlighted().isEmpty()) << "the last gesture's highlight is gone";
+    EXPECT_TRUE(engine.observers.contains(&first->viewModel()));
+    overlay.reset();
+
+    overlay = factory.createOverlay(screen, defaultLayout(DefaultLayoutType::vertical, screen, screens));
+    waitFor([] { return true; });
+    ASSERT_EQ(zonesWindows().size(), 1);
+    ZonesWindow* second = zonesWindows().first();
+    EXPECT_NE(second, first) << "another layout, another window";
+    overlay.reset();
+    EXPECT_TRUE(waitFor([] { return zonesWindows().isEmpty(); })) << "deleted once nobody asked for it";
+
+    displays.setDisplays({});
+    EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
+}
+
+// The engine drops its overlays inside its own gesture-end callback; the view model,
+// notified after it from the same snapshot of observers, must still be alive to snap.
+TEST_F(Views, AnOverlayDroppedDuringTheEndNotificationStillSnaps)
+{
+    struct DroppingEngine final : ZoneGestureObserver
+    {
+        std::unique_ptr<OverlayWindow> overlay;
+        void zoneGestureDidEnd(const ZoneGestureEvent&, bool) override { overlay.reset(); }
+    } manager;
+    engine.observers.add(&manager);
+    manager.overlay = factory.createOverlay(screen, layout);
+    manager.overlay->show();
+    engine.move({"3"});
+    engine.observers.notify([](ZoneGestureObserver& o) { o.zoneGestureDidEnd(FakeEngine::gesture(false), false); });
+    EXPECT_EQ(engine.snaps, QStringList {"#42 3"});
+    EXPECT_EQ(engine.observers.items().size(), 1u);
+}
+
+} // namespace
