@@ -262,6 +262,15 @@ TEST_F(Engine, SnapFillsTheUnionOfTheZonesOnTheFirstZonesScreenAndKeepsTheBookke
     // Placed on RIGHT, and never taller than RIGHT's visible frame.
     zoneManager.snap(record(7), {zones(right, {1})[0], zones(left, {2})[0]});
     EXPECT_EQ(frameOf(7), QRectF(1280, 0, 800, 1040));
+    // A gap that would leave nothing of the zone, and a zone a stored tree put far off
+    // the screen: never a window of no size, never one beyond the screen.
+    settings.setValue(Keys::enableGaps, true);
+    settings.setValue(Keys::gapSize, 700);
+    zoneManager.snap(record(7), zones(left, {1}));
+    EXPECT_EQ(frameOf(7), QRectF(QPointF(0, 30), zones(left, {1})[0]->rect().size()));
+    settings.setValue(Keys::enableGaps, false);
+    zoneManager.snap(record(7), {std::make_shared<Zone>("9", QRectF(0, 0, 1e12, 1e12), left)});
+    EXPECT_EQ(frameOf(7), QRectF(0, 30, 1280, 1050));
 
     control.addWindow(8, QRectF(100, 100, 500, 400));
     zoneManager.snap(record(7), zones(left, {1, 2, 3}));

@@ -152,6 +152,26 @@ protected:
     Screen a, b;
 };
 
+TEST_F(LayoutManagerTest, StoredTreesThatDoNotFitTheirScreenAreScaledOrShownAsOneZoneButKeptAsStored)
+{
+    // LEFT's visible frame is 1512 x 957.
+    const QByteArray huge = R"({"id":"11111111-0000-4000-8000-000000000001","root":{"x":0,"y":0,"width":1e12,"height":957,)"
+                            R"("children":[{"x":0,"y":0,"width":2.5e11,"height":957,"splitType":0},)"
+                            R"({"x":2.5e11,"y":0,"width":7.5e11,"height":957,"splitType":0}]}})";
+    const QByteArray broken = R"({"id":"11111111-0000-4000-8000-000000000002","root":{"x":0,"y":0,"width":1512,"height":957,)"
+                              R"("children":[{"x":0,"y":0,"width":300,"height":957,"splitType":0},)"
+                              R"({"x":900,"y":0,"width":-50,"height":957,"splitType":0}]}})";
+    settings.setBlobLists(Keys::layouts, {{a.id(), {huge, broken}}});
+    const LayoutList list = manager->layouts(a);
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0]->root()->rect(), QRectF(0, 0, 1512, 957));
+    EXPECT_EQ(list[0]->zones().at(0)->rect(), QRectF(0, 0, 378, 957)) << "a quarter, on a whole point";
+    ASSERT_EQ(list[1]->zones().size(), 1u);
+    EXPECT_EQ(list[1]->zones()[0]->rect(), QRectF(0, 0, 1512, 957));
+    EXPECT_EQ(settings.blobLists(Keys::layouts).value(a.id()), (QList<QByteArray> {huge, broken}))
+        << "what is stored stays until it is saved over";
+}
+
 TEST_F(LayoutManagerTest, RemovingALayoutMovesTheActiveOneOnlyWhenItWasTheOneRemoved)
 {
     EXPECT_EQ(manager->activeFor(a)->zones()[0]->rect(), QRectF(0, 0, 1512, 957)) << "an unknown screen: one zone";
