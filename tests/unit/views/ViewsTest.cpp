@@ -227,6 +227,14 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     EXPECT_FALSE(mask.intersected(numberBox).isEmpty()) << "zone number";
     EXPECT_NE(mask.intersected(numberBox), QRegion(numberBox)) << "shaped like the digit, not a block";
     EXPECT_EQ(pixel(*window, interior(1)).alpha(), 255);
+    // The digit stands on a plate of the backdrop's colour, so it reads over any window.
+    const QImage shot = window->view().grab().toImage();
+    int plate = 0;
+    for (const QRect& r : mask.intersected(numberBox))
+        for (int y = r.top(); y <= r.bottom(); ++y)
+            for (int x = r.left(); x <= r.right(); ++x)
+                plate += shot.pixelColor(x, y).rgb() == QColor(kLight.rgb()).rgb();
+    EXPECT_GT(plate, 20) << "no plate around the number";
 
     // The shape follows the numbers when the layout changes.
     layout->root()->resizeFirstChild(zoneRect(0).width() - 100);
