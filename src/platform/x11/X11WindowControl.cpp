@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int kPlacementCheckMs = 150;
+constexpr int kExtentsSettleMs = 60;
 
 struct FreeDeleter
 {
@@ -414,6 +415,7 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
         return false;
     if (!constrained(*states))
         return true;
+    const auto extentsWhileMaximized = property32(window, ewmh->_NET_FRAME_EXTENTS);
 
     const int screen = m_connection.screenNumber();
     xcb_ewmh_request_change_wm_state(
@@ -432,9 +434,21 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
         if (!states)
             return false;
         if (!constrained(*states))
-            return true;
+            break;
     }
-    qCWarning(lcWindows) << "The window manager kept window" << Qt::hex << window << "maximized";
+    if (states && constrained(*states)) {
+        qCWarning(lcWindows) << "The window manager kept window" << Qt::hex << window << "maximized";
+        return true;
+    }
+    // openbox sometimes announces the state a moment before the extents of the
+    // undecorated-edges look go; sizing the client with those leaves the frame a few
+    // pixels too large. Give the extents a moment to follow (some window managers keep
+    // the same ones, hence the short limit).
+    QElapsedTimer extentsTimer;
+    extentsTimer.start();
+    while (extentsTimer.elapsed() < kExtentsSettleMs
+        && property32(window, ewmh->_NET_FRAME_EXTENTS) == extentsWhileMaximized)
+        QThread::usleep(2000);
     return true;
 }
 
@@ -498,17 +512,23 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
     const std::optional<Geometry> g = geometry(window);
     if (!g)
         return;
-    const QPoint off = g->frame().topLeft() - requested.topLeft();
-    // Only an offset the size of a frame's extents is a misread request; anything larger
-    // is the window manager's own decision (a window kept on screen, snapped to an edge).
+    const QRect applied = g->frame();
+    const QPoint off = applied.topLeft() - requested.topLeft();
+    // Only differences the size of a frame's extents are a misread request or extents
+    // read too early; anything larger is the window manager's own decision (a window kept
+    // on screen, snapped to an edge), and a smaller window is a client's size increments.
     const int tolerance = 2;
     const int alongX = g->extents.left() + g->extents.right() + tolerance;
     const int alongY = g->extents.top() + g->extents.bottom() + tolerance;
-    if (off.manhattanLength() <= tolerance || std::abs(off.x()) > alongX || std::abs(off.y()) > alongY)
+    const bool misplaced
+        = off.manhattanLength() > tolerance && std::abs(off.x()) <= alongX && std::abs(off.y()) <= alongY;
+    const QSize grown = applied.size() - requested.size();
+    const bool oversized = (grown.width() > 0 || grown.height() > 0) && grown.width() <= alongX
+        && grown.height() <= alongY;
+    if (!misplaced && !oversized)
         return;
-    qCInfo(lcWindows) << "The window manager placed frame" << g->frame() << "for" << requested << "; moving it by"
-                      << -off << "once";
-    moveResize(window, requested.translated(-off), true);
+    qCInfo(lcWindows) << "The window manager placed frame" << applied << "for" << requested << "; asking once more";
+    moveResize(window, misplaced ? requested.translated(-off) : requested, true);
 }
 
 void X11WindowControl::setSize(const WindowHandle& handle, const QSizeF& size)
