@@ -338,23 +338,23 @@ void ZoneEditorViewModel::restore(const QJsonObject& tree)
 
 void ZoneEditorViewModel::undo()
 {
-    if (m_undo.empty() || m_isResizing)
-        return;
-    if (const std::optional<QJsonObject> now = snapshot())
-        m_redo.push_back(*now);
-    const QJsonObject tree = m_undo.back();
-    m_undo.pop_back();
-    restore(tree);
+    travel(m_undo, m_redo);
 }
 
 void ZoneEditorViewModel::redo()
 {
-    if (m_redo.empty() || m_isResizing)
+    travel(m_redo, m_undo);
+}
+
+void ZoneEditorViewModel::travel(std::vector<QJsonObject>& from, std::vector<QJsonObject>& to)
+{
+    // Not in the middle of a border drag: the drag's own step would be lost.
+    if (from.empty() || m_isResizing)
         return;
     if (const std::optional<QJsonObject> now = snapshot())
-        m_undo.push_back(*now);
-    const QJsonObject tree = m_redo.back();
-    m_redo.pop_back();
+        to.push_back(*now);
+    const QJsonObject tree = from.back();
+    from.pop_back();
     restore(tree);
 }
 

@@ -135,6 +135,8 @@ private:
     // Keeps the tree as it is now as one undo step; redo history ends here.
     void recordStep();
     void restore(const QJsonObject& tree);
+    // One step back (undo) or forward (redo): the tree now goes on the other stack.
+    void travel(std::vector<QJsonObject>& from, std::vector<QJsonObject>& to);
     std::optional<QJsonObject> snapshot() const;
     void clampFocus();
     void moveFocus(int step);
