@@ -6,18 +6,28 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${1:-$root/build}"
 shift || true
 
-mapfile -t wanted < <(grep -v '^\s*#' "$root/scripts/packages.txt" | sed '/^\s*$/d')
-missing=()
-for pkg in "${wanted[@]}"; do
-  dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")
-done
-if ((${#missing[@]})); then
-  echo "setup: installing ${missing[*]}"
+# Packages after the "# --no-install-recommends" line go in without their recommendations.
+mapfile -t plain < <(sed '/^# --no-install-recommends/,$d' "$root/scripts/packages.txt" | grep -v '^\s*#' | sed '/^\s*$/d')
+mapfile -t bare < <(sed '1,/^# --no-install-recommends/d' "$root/scripts/packages.txt" | grep -v '^\s*#' | sed '/^\s*$/d')
+missing_of() {
+  for pkg in "$@"; do
+    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || echo "$pkg"
+  done
+}
+mapfile -t missing_plain < <(missing_of "${plain[@]}")
+mapfile -t missing_bare < <(missing_of "${bare[@]}")
+if ((${#missing_plain[@]} + ${#missing_bare[@]})); then
+  echo "setup: installing ${missing_plain[*]} ${missing_bare[*]}"
   sudo=""
   [ "$(id -u)" -eq 0 ] || sudo="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $sudo apt-get update -qq
-  $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
+  if ((${#missing_plain[@]})); then
+    $sudo apt-get install -y -qq "${missing_plain[@]}" >/dev/null
+  fi
+  if ((${#missing_bare[@]})); then
+    $sudo apt-get install -y -qq --no-install-recommends "${missing_bare[@]}" >/dev/null
+  fi
 fi
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" >/dev/null

@@ -2,8 +2,8 @@
 
 #include "core/ColorCodec.h"
 #include "core/Logging.h"
-#include "core/NumericVariant.h"
 #include "core/MemorySettingsBackend.h"
+#include "core/NumericVariant.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -94,6 +94,7 @@ QString nameOfStoredKey(const char* storedKey)
         {Keys::autoSpanDistance.name, Keys::autoSpanDistance.storedKey},
         {Keys::holdShiftToSnap.name, Keys::holdShiftToSnap.storedKey},
         {Keys::moveWindowsOnLayoutChange.name, Keys::moveWindowsOnLayoutChange.storedKey},
+        {Keys::shortcutsOnEveryScreen.name, Keys::shortcutsOnEveryScreen.storedKey},
         {Keys::screens.name, Keys::screens.storedKey},
         {Keys::layouts.name, Keys::layouts.storedKey},
         {Keys::activeLayouts.name, Keys::activeLayouts.storedKey},
@@ -190,7 +191,6 @@ void Settings::setValue(const ColorKey& key, const QColor& value)
     m_backend->setValue(storedKeyText(key.storedKey), ColorCodec::encode(value));
     written(key.name, key.storedKey);
 }
-
 
 std::optional<QVariantMap> Settings::storedMap(const BlobMapKey& key) const
 {

@@ -13,8 +13,7 @@
 #include <optional>
 
 // A typed key: the name used in code, the key it is stored under, and its default.
-template <typename T>
-struct SettingKey
+template <typename T> struct SettingKey
 {
     const char* name;
     const char* storedKey;
@@ -51,8 +50,13 @@ extern const BoolKey spanAdjancedZones;
 extern const DoubleKey autoSpanDistance;
 extern const BoolKey holdShiftToSnap;
 extern const BoolKey moveWindowsOnLayoutChange;
-extern const BlobMapKey screens;       // id -> one blob (Screen JSON)
-extern const BlobMapKey layouts;       // id -> list of blobs (Layout JSON)
+// Off: moving and spanning compare the window's desktop position with layout-space zones
+// as raw numbers (so they act only on the screen at the desktop's origin) and cycling
+// groups windows by zone id across screens. On: the position is taken into the window's
+// screen's layout space and cycling groups by screen and zone.
+extern const BoolKey shortcutsOnEveryScreen;
+extern const BlobMapKey screens; // id -> one blob (Screen JSON)
+extern const BlobMapKey layouts; // id -> list of blobs (Layout JSON)
 extern const BlobMapKey activeLayouts; // id -> UUID text
 extern const BoolKey enableGaps;
 extern const DoubleKey gapSize;

@@ -53,6 +53,7 @@ constinit const BoolKey spanAdjancedZones {"spanAdjancedZones", "spanAdjancedZon
 constinit const DoubleKey autoSpanDistance {"autoSpanDistance", "autoSpanDistance", 40.0};
 constinit const BoolKey holdShiftToSnap {"holdShiftToSnap", "holdShiftToSnap", false};
 constinit const BoolKey moveWindowsOnLayoutChange {"moveWindowsOnLayoutChange", "moveWindowsOnLayoutChange", true};
+constinit const BoolKey shortcutsOnEveryScreen {"shortcutsOnEveryScreen", "shortcutsOnEveryScreen", false};
 constinit const BlobMapKey screens {"screens", "screens-v0"};
 constinit const BlobMapKey layouts {"layouts", "layouts-v0"};
 constinit const BlobMapKey activeLayouts {"activeLayouts", "activeLayouts-v0"};

@@ -365,6 +365,12 @@ std::optional<ZoneManager::FocusedPlacement> ZoneManager::focusedPlacement()
     if (!layout || layout->zones().empty())
         return std::nullopt;
     placement.zones = layout->zones();
+    if (m_settings.value(Keys::shortcutsOnEveryScreen)) {
+        const std::optional<QRectF> visible = m_screens.visibleFrameOf(*screen);
+        if (!visible)
+            return std::nullopt;
+        placement.frame.translate(-visible->topLeft());
+    }
     return placement;
 }
 
@@ -380,8 +386,9 @@ void ZoneManager::handleCycleMove(ZoneCycleDirection direction)
     const auto& zones = placement->zones;
     const int n = static_cast<int>(zones.size());
 
-    // The window's desktop position is compared with the zones' layout rectangles as
-    // they stand, without converting one into the other's space.
+    // Unless shortcutsOnEveryScreen is on, the window's desktop position is compared with
+    // the zones' layout rectangles as they stand, without converting one into the
+    // other's space.
     const QPointF probe = placement->frame.topLeft() + QPointF(50, 50);
     const auto found = std::find_if(zones.begin(), zones.end(),
         [&](const std::shared_ptr<Zone>& zone) { return rectContains(zone->rect(), probe); });
@@ -413,7 +420,12 @@ void ZoneManager::handleCycleSwap(ZoneCycleDirection direction)
         qCCritical(lcZones) << "no normal windows in zone";
         return;
     }
-    const std::vector<WindowPtr>& windows = it.value();
+    std::vector<WindowPtr> windows = it.value();
+    if (m_settings.value(Keys::shortcutsOnEveryScreen)) {
+        // Zone ids repeat on every screen: keep the focused window's screen only.
+        const QString screenId = m_snappedScreens.value(focused->id());
+        std::erase_if(windows, [&](const WindowPtr& w) { return m_snappedScreens.value(w->id()) != screenId; });
+    }
     const auto found = std::find_if(
         windows.begin(), windows.end(), [&](const WindowPtr& window) { return window->id() == focused->id(); });
     if (found == windows.end())

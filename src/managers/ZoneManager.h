@@ -75,6 +75,8 @@ private:
     struct FocusedPlacement
     {
         WindowPtr window;
+        // The window's frame as the shortcuts compare it with the zones: in desktop
+        // space, or in its screen's layout space with shortcutsOnEveryScreen.
         QRectF frame;
         std::vector<std::shared_ptr<Zone>> zones;
     };

@@ -1,3 +1,6 @@
 #include "platform/DesktopEffects.h"
 
 DesktopEffects::~DesktopEffects() = default;
+
+void DesktopEffects::placeExactly(QWindow&, const QRect&) const
+{ }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QObject>
+#include <QRect>
+
+class QWindow;
 
 // What the desktop can do with Parqueta's own overlay windows. A translucent window only
 // shows what lies beneath while a compositing manager runs; without one its transparent
@@ -14,6 +17,12 @@ public:
     ~DesktopEffects() override;
 
     virtual bool overlaysCanBeTranslucent() const = 0;
+
+    // Qt places top-level windows in logical pixels, which at a device-pixel ratio other
+    // than 1 cannot express every physical pixel (an odd one at 2, most at 1.25 or 1.5).
+    // This puts one of Parqueta's own shown windows exactly on a rectangle of desktop
+    // space. Nothing to do where Qt's coordinates are the desktop's.
+    virtual void placeExactly(QWindow& window, const QRect& desktopRect) const;
 
 Q_SIGNALS:
     // A compositing manager started or stopped.

@@ -10,9 +10,10 @@
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QTimer>
+#include <QWindow>
 
-std::unique_ptr<LayoutBordersWindow> LayoutBordersWindow::create(const std::shared_ptr<Layout>& layout, ScreenManager& screens,
-    const Settings& settings, const DesktopEffects& effects)
+std::unique_ptr<LayoutBordersWindow> LayoutBordersWindow::create(const std::shared_ptr<Layout>& layout,
+    ScreenManager& screens, const Settings& settings, const DesktopEffects& effects)
 {
     if (!layout || !layout->screen())
         return nullptr;
@@ -30,6 +31,7 @@ LayoutBordersWindow::LayoutBordersWindow(const std::shared_ptr<Layout>& layout, 
         Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
             | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
     , m_desktopFrame(visibleFrame)
+    , m_effects(effects)
     , m_view(new LayoutBordersView(layout, settings, this))
 {
     const bool translucent = effects.overlaysCanBeTranslucent();
@@ -65,6 +67,8 @@ void LayoutBordersWindow::flash()
     fadeIn->setEndValue(1.0);
     setWindowOpacity(0.0);
     show();
+    if (QWindow* window = windowHandle())
+        m_effects.placeExactly(*window, m_desktopFrame.toRect());
     raise();
     fadeIn->start(QAbstractAnimation::DeleteWhenStopped);
 

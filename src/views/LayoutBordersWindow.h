@@ -42,5 +42,6 @@ private:
     void resizeEvent(QResizeEvent* event) override;
 
     QRectF m_desktopFrame;
+    const DesktopEffects& m_effects;
     LayoutBordersView* m_view;
 };

@@ -9,6 +9,7 @@
 
 #include <QCloseEvent>
 #include <QPropertyAnimation>
+#include <QWindow>
 
 std::unique_ptr<ZoneEditorWindow> ZoneEditorWindow::create(
     ZoneEditorViewModel& viewModel, ScreenManager& screens, const Settings& settings, const DesktopEffects& effects)
@@ -21,9 +22,9 @@ std::unique_ptr<ZoneEditorWindow> ZoneEditorWindow::create(
 
 ZoneEditorWindow::ZoneEditorWindow(
     ZoneEditorViewModel& viewModel, const QRectF& visibleFrame, const Settings& settings, const DesktopEffects& effects)
-    : QWidget(nullptr,
-        Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::X11BypassWindowManagerHint | Qt::Tool)
+    : QWidget(nullptr, Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::X11BypassWindowManagerHint | Qt::Tool)
     , m_viewModel(viewModel)
+    , m_effects(effects)
     , m_view(new ZoneEditorView(viewModel, settings, this))
     , m_fadeIn(new QPropertyAnimation(this, "windowOpacity", this))
 {
@@ -48,7 +49,16 @@ ZoneEditorWindow::~ZoneEditorWindow()
 void ZoneEditorWindow::place(const QRectF& visibleFrame)
 {
     setGeometry(DesktopGeometry::toLogical(visibleFrame));
+    m_desktopFrame = visibleFrame.toRect();
+    if (isVisible())
+        placeNatively();
     qCDebug(lcEditor) << "Editor of" << m_viewModel.screen().name() << "over" << visibleFrame << "at" << geometry();
+}
+
+void ZoneEditorWindow::placeNatively()
+{
+    if (QWindow* window = windowHandle())
+        m_effects.placeExactly(*window, m_desktopFrame);
 }
 
 void ZoneEditorWindow::resizeEvent(QResizeEvent* event)
@@ -61,6 +71,7 @@ void ZoneEditorWindow::present()
 {
     setWindowOpacity(0.0);
     show();
+    placeNatively();
     raise();
     // The window manager does not hand focus to a window it does not manage: take it.
     activateWindow();

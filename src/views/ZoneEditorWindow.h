@@ -26,8 +26,8 @@ public:
     static constexpr int kFadeInMs = 300;
 
     // Null when the view model's screen has no connected display.
-    static std::unique_ptr<ZoneEditorWindow> create(
-        ZoneEditorViewModel& viewModel, ScreenManager& screens, const Settings& settings, const DesktopEffects& effects);
+    static std::unique_ptr<ZoneEditorWindow> create(ZoneEditorViewModel& viewModel, ScreenManager& screens,
+        const Settings& settings, const DesktopEffects& effects);
     ZoneEditorWindow(ZoneEditorViewModel& viewModel, const QRectF& visibleFrame, const Settings& settings,
         const DesktopEffects& effects);
     ~ZoneEditorWindow() override;
@@ -49,7 +49,11 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void placeNatively();
+
     ZoneEditorViewModel& m_viewModel;
+    const DesktopEffects& m_effects;
+    QRect m_desktopFrame;
     ZoneEditorView* m_view;
     QPropertyAnimation* m_fadeIn;
 };

@@ -7,6 +7,7 @@
 #include "views/ZonesViewModel.h"
 
 #include <QPropertyAnimation>
+#include <QWindow>
 
 ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect& frame, const Settings& settings,
     const DesktopEffects& effects, QWidget* parent)
@@ -17,6 +18,7 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
         Qt::FramelessWindowHint | Qt::WindowTransparentForInput | Qt::WindowStaysOnTopHint
             | Qt::WindowDoesNotAcceptFocus | Qt::X11BypassWindowManagerHint | Qt::Tool)
     , m_desktopFrame(frame)
+    , m_effects(effects)
     , m_viewModel(viewModel.release())
     , m_view(new ZonesView(*m_viewModel, settings, this))
     , m_fadeIn(new QPropertyAnimation(this, "windowOpacity", this))
@@ -63,6 +65,8 @@ const std::shared_ptr<Layout>& ZonesWindow::layout() const
 void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    if (QWindow* window = windowHandle())
+        m_effects.placeExactly(*window, m_desktopFrame);
     m_viewModel->startMonitoring();
     setWindowOpacity(0.0);
     m_fadeIn->start();

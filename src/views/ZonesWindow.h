@@ -46,6 +46,7 @@ private:
     void updateMask();
 
     QRect m_desktopFrame;
+    const DesktopEffects& m_effects;
     ZonesViewModel* m_viewModel; // child QObject
     ZonesView* m_view;
     QPropertyAnimation* m_fadeIn;

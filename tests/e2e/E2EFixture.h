@@ -1,6 +1,7 @@
 #pragma once
 
-// What every end-to-end test shares: a two-monitor virtual desktop (tint2 on RIGHT) with
+// What every end-to-end test shares: a two-monitor virtual desktop (tint2 on RIGHT unless
+// the setup says otherwise) with
 // the window manager and compositor a test asks for, the real parqueta started on it with
 // a fresh settings file, and the probes that watch it from outside.
 
@@ -31,6 +32,8 @@ struct DesktopSetup
     WindowManagerKind windowManager = WindowManagerKind::Openbox;
     CompositorKind compositor = CompositorKind::None;
     const char* name = "";
+    // The monitor (server order) that gets a tint2 panel at its bottom; -1: none.
+    int tint2Monitor = 1;
 
     friend bool operator==(const DesktopSetup& a, const DesktopSetup& b) { return std::string(a.name) == b.name; }
     friend void PrintTo(const DesktopSetup& setup, std::ostream* os) { *os << setup.name; }
@@ -64,7 +67,9 @@ protected:
         // The compositor before the panel: tint2 rebuilds its panel when one appears,
         // which would change the visible frames in the middle of the first gesture.
         ASSERT_TRUE(desktop.startCompositor(setup.compositor));
-        ASSERT_TRUE(desktop.startPanel(1));
+        if (setup.tint2Monitor >= 0) {
+            ASSERT_TRUE(desktop.startPanel(setup.tint2Monitor));
+        }
         current = setup;
     }
 
@@ -104,7 +109,8 @@ protected:
     xcb_window_t xterm(const QString& title) { return shown(desktop.startXterm(title)); }
     xcb_window_t shown(xcb_window_t window)
     {
-        EXPECT_TRUE(window != XCB_WINDOW_NONE && VirtualDesktop::waitUntil([&] { return driver.frameOf(window).has_value(); }));
+        EXPECT_TRUE(
+            window != XCB_WINDOW_NONE && VirtualDesktop::waitUntil([&] { return driver.frameOf(window).has_value(); }));
         return window;
     }
     QRect frame(const QString& screen, const QString& zone)
@@ -120,7 +126,8 @@ protected:
             return ::testing::AssertionSuccess();
         const QRect r = driver.frameOf(window).value_or(QRect());
         return ::testing::AssertionFailure() << "wanted " << ::testing::PrintToString(QRectF(expected)) << ", got "
-                                             << ::testing::PrintToString(QRectF(r)) << "\n" << log();
+                                             << ::testing::PrintToString(QRectF(r)) << "\n"
+                                             << log();
     }
     std::string log() const { return m_parqueta ? m_parqueta->logText().right(3000).toStdString() : std::string(); }
 

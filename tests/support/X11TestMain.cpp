@@ -6,13 +6,17 @@
 
 #include <cstdio>
 
+#ifndef PARQUETA_TEST_SERVER
+#define PARQUETA_TEST_SERVER Xvfb
+#endif
+
 // The virtual desktop must exist before the QApplication, which connects to $DISPLAY
 // when it is constructed.
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
     VirtualDesktop desktop;
-    if (!desktop.start()) {
+    if (!desktop.start(ServerKind::PARQUETA_TEST_SERVER)) {
         std::fprintf(stderr, "FAILED: no virtual desktop: %s\n", qPrintable(desktop.lastError()));
         return 1;
     }

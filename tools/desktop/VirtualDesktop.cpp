@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <xcb/randr.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -45,6 +46,14 @@ QString windowManagerName(WindowManagerKind kind)
         return QStringLiteral("xfwm4");
     case WindowManagerKind::Metacity:
         return QStringLiteral("metacity");
+    case WindowManagerKind::Xfce:
+        return QStringLiteral("xfwm4 with xfce4-panel");
+    case WindowManagerKind::Icewm:
+        return QStringLiteral("icewm");
+    case WindowManagerKind::Fluxbox:
+        return QStringLiteral("fluxbox");
+    case WindowManagerKind::Kwin:
+        return QStringLiteral("kwin_x11");
     }
     return {};
 }
@@ -115,7 +124,7 @@ bool VirtualDesktop::startChild(ChildProcess& child, const QString& program, con
     return true;
 }
 
-bool VirtualDesktop::start()
+bool VirtualDesktop::start(ServerKind server)
 {
     if (m_connection)
         return true;
@@ -140,61 +149,27 @@ bool VirtualDesktop::start()
     qputenv("GSETTINGS_BACKEND", "memory");
     qputenv("NO_AT_BRIDGE", "1");
 
-    if (!startXvfb())
+    m_server = std::make_unique<XServerProcess>();
+    if (!m_server->start(server, QSize(kWidth, kHeight), base, logDir()))
+        return fail(m_server->errorString());
+    if (!requireProgram(QStringLiteral("xrandr"), QStringLiteral("x11-xserver-utils")))
         return false;
-    return setMonitors(defaultMonitors());
-}
-
-bool VirtualDesktop::startXvfb()
-{
-    if (!requireProgram(QStringLiteral("Xvfb"), QStringLiteral("xvfb"))
-        || !requireProgram(QStringLiteral("xrandr"), QStringLiteral("x11-xserver-utils")))
-        return false;
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0)
-        return fail(QStringLiteral("pipe() failed"));
-    m_xvfb = std::make_unique<ChildProcess>();
-    const QStringList arguments {QStringLiteral("-displayfd"), QString::number(fds[1]), QStringLiteral("-screen"),
-        QStringLiteral("0"), QStringLiteral("%1x%2x24").arg(kWidth).arg(kHeight), QStringLiteral("-nolisten"),
-        QStringLiteral("tcp"), QStringLiteral("-noreset")};
-    const bool started
-        = m_xvfb->start(QStringLiteral("Xvfb"), arguments, logDir() + QStringLiteral("/Xvfb.log"), fds[1]);
-    ::close(fds[1]);
-    if (!started) {
-        ::close(fds[0]);
-        return fail(QStringLiteral("cannot start Xvfb: %1").arg(m_xvfb->errorString()));
-    }
-    // Xvfb writes the display number it picked once it accepts connections.
-    QByteArray number;
-    QElapsedTimer timer;
-    timer.start();
-    while (!number.endsWith('\n') && timer.elapsed() < 15000) {
-        pollfd pfd {fds[0], POLLIN, 0};
-        if (::poll(&pfd, 1, 100) > 0) {
-            char buffer[32];
-            const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-            if (n <= 0)
-                break;
-            number.append(buffer, n);
-        }
-        if (!m_xvfb->isRunning())
-            break;
-    }
-    ::close(fds[0]);
-    if (!number.endsWith('\n'))
-        return fail(QStringLiteral("Xvfb did not start:\n%1").arg(m_xvfb->logTail()));
-    m_displayName = QStringLiteral(":") + QString::fromLatin1(number.trimmed());
+    m_displayName = m_server->displayName();
     qputenv("DISPLAY", m_displayName.toLatin1());
-
     int screenNumber = 0;
     m_connection = xcb_connect(m_displayName.toLatin1().constData(), &screenNumber);
     if (xcb_connection_has_error(m_connection)) {
         xcb_disconnect(m_connection);
         m_connection = nullptr;
-        return fail(QStringLiteral("cannot connect to Xvfb on %1").arg(m_displayName));
+        return fail(QStringLiteral("cannot connect to the X server on %1").arg(m_displayName));
     }
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-    return true;
+    return setMonitors(defaultMonitors());
+}
+
+ServerKind VirtualDesktop::serverKind() const
+{
+    return m_server ? m_server->kind() : ServerKind::Xvfb;
 }
 
 void VirtualDesktop::stop()
@@ -210,9 +185,9 @@ void VirtualDesktop::stop()
         xcb_disconnect(m_connection);
         m_connection = nullptr;
     }
-    if (m_xvfb)
-        m_xvfb->stop();
-    m_xvfb.reset();
+    if (m_server)
+        m_server->stop();
+    m_server.reset();
     // Keep the logs of every helper program when something failed, for the post-mortem.
     if (m_scratch && ::testing::UnitTest::GetInstance()->Failed()) {
         m_scratch->setAutoRemove(false);
@@ -257,8 +232,58 @@ QStringList VirtualDesktop::monitorNames()
     return names;
 }
 
+bool VirtualDesktop::arrangeXorgOutputs()
+{
+    QStringList names = monitorNames();
+    std::sort(names.begin(), names.end());
+    if (names == QStringList {QStringLiteral("LEFT"), QStringLiteral("RIGHT")})
+        return true;
+    // The dummy driver's outputs know no 1280x1080 mode; its timings only have to lie
+    // within the configured sync ranges.
+    const QString mode = QStringLiteral("%1x%2").arg(kWidth / 2).arg(kHeight);
+    ChildProcess::run(QStringLiteral("xrandr"),
+        {QStringLiteral("--newmode"), mode, QStringLiteral("115.0"), QStringLiteral("1280"), QStringLiteral("1368"),
+            QStringLiteral("1496"), QStringLiteral("1712"), QStringLiteral("1080"), QStringLiteral("1083"),
+            QStringLiteral("1093"), QStringLiteral("1120"), QStringLiteral("-hsync"), QStringLiteral("+vsync")});
+    const QList<QStringList> steps {
+        {QStringLiteral("--addmode"), QStringLiteral("DUMMY0"), mode},
+        {QStringLiteral("--addmode"), QStringLiteral("DUMMY1"), mode},
+        {QStringLiteral("--fb"), QStringLiteral("%1x%2").arg(kWidth).arg(kHeight), QStringLiteral("--output"),
+            QStringLiteral("DUMMY0"), QStringLiteral("--mode"), mode, QStringLiteral("--pos"), QStringLiteral("0x0"),
+            QStringLiteral("--primary"), QStringLiteral("--output"), QStringLiteral("DUMMY1"), QStringLiteral("--mode"),
+            mode, QStringLiteral("--pos"), QStringLiteral("%1x0").arg(kWidth / 2)},
+        // Monitors named after their place, as on Xvfb, each the whole of its output.
+        {QStringLiteral("--setmonitor"), QStringLiteral("*LEFT"), QStringLiteral("auto"), QStringLiteral("DUMMY0")},
+        {QStringLiteral("--setmonitor"), QStringLiteral("RIGHT"), QStringLiteral("auto"), QStringLiteral("DUMMY1")},
+    };
+    for (const QStringList& step : steps) {
+        QString output;
+        if (ChildProcess::run(QStringLiteral("xrandr"), step, &output) != 0)
+            return fail(QStringLiteral("xrandr %1 failed: %2").arg(step.join(QLatin1Char(' ')), output));
+    }
+    // The dummy driver reports an output it has just lit as disconnected until the next
+    // probe; GTK skips such a monitor, and xfwm4 then takes the first one for the whole
+    // screen. A plain query probes.
+    ChildProcess::run(QStringLiteral("xrandr"), {QStringLiteral("--query")});
+    const bool done = waitUntil([&] {
+        QStringList now = monitorNames();
+        std::sort(now.begin(), now.end());
+        return now == QStringList {QStringLiteral("LEFT"), QStringLiteral("RIGHT")};
+    });
+    if (!done)
+        return fail(QStringLiteral("Xorg reports monitors %1 after arranging its outputs")
+                        .arg(monitorNames().join(QLatin1Char(','))));
+    return true;
+}
+
 bool VirtualDesktop::setMonitors(const QList<MonitorSpec>& monitors)
 {
+    if (serverKind() == ServerKind::XorgDummy) {
+        if (monitors.size() != 2 || monitors.first().geometry != defaultMonitors().first().geometry
+            || monitors.last().geometry != defaultMonitors().last().geometry)
+            return fail(QStringLiteral("on Xorg the desktop has only its two default monitors"));
+        return arrangeXorgOutputs();
+    }
     // Drop every monitor made by hand; the server's automatic one comes back by itself.
     {
         Reply<xcb_randr_get_monitors_reply_t> reply(
@@ -365,7 +390,8 @@ bool VirtualDesktop::waitForWindowManager(ChildProcess& child, const QString& wh
         [&] {
             if (!child.isRunning())
                 return true;
-            if (selectionOwner("WM_S0") == XCB_WINDOW_NONE)
+            // fluxbox never takes the ICCCM manager selection.
+            if (what != QLatin1String("fluxbox") && selectionOwner("WM_S0") == XCB_WINDOW_NONE)
                 return false;
             const QList<quint32> check = property32(m_root, "_NET_SUPPORTING_WM_CHECK");
             if (check.isEmpty())
@@ -429,20 +455,138 @@ bool VirtualDesktop::startWindowManager(WindowManagerKind kind)
         package = QStringLiteral("metacity");
         arguments = {QStringLiteral("--compositor=none"), QStringLiteral("--sm-disable")};
         break;
+    case WindowManagerKind::Xfce:
+        if (!startSessionBus())
+            return false;
+        program = QStringLiteral("xfwm4");
+        package = QStringLiteral("xfwm4");
+        arguments = {QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable")};
+        break;
+    case WindowManagerKind::Icewm: {
+        // Stated rather than left to the stock preferences, which a distribution may change.
+        const QString dir = QString::fromLocal8Bit(qgetenv("HOME")) + QStringLiteral("/.icewm");
+        QDir().mkpath(dir);
+        QFile preferences(dir + QStringLiteral("/preferences"));
+        if (!preferences.open(QIODevice::WriteOnly | QIODevice::Truncate)
+            || preferences.write("ShowTaskBar=1\nTaskBarAtTop=0\nTaskBarAutoHide=0\n"
+                                 // Its Super key opens the start menu and swallows every
+                                 // combination with Super, Parqueta's shortcuts included.
+                                 "Win95Keys=0\n")
+                < 0)
+            return fail(QStringLiteral("cannot write %1").arg(preferences.fileName()));
+        program = QStringLiteral("icewm");
+        package = QStringLiteral("icewm");
+        break;
+    }
+    case WindowManagerKind::Fluxbox:
+        program = QStringLiteral("fluxbox");
+        package = QStringLiteral("fluxbox");
+        break;
+    case WindowManagerKind::Kwin:
+        if (!startSessionBus())
+            return false;
+        qputenv("KWIN_COMPOSE", "N");
+        program = QStringLiteral("kwin_x11");
+        package = QStringLiteral("kwin-x11 and kwin-style-breeze");
+        break;
     }
     m_windowManager = std::make_unique<ChildProcess>();
-    if (!startChild(*m_windowManager, program, package, arguments, program))
+    const bool started = startChild(*m_windowManager, program, package, arguments, program);
+    qunsetenv("KWIN_COMPOSE");
+    if (!started)
         return false;
     if (!waitForWindowManager(*m_windowManager, program)) {
         m_windowManager->stop();
         return false;
     }
     m_windowManagerKind = kind;
+    if (kind == WindowManagerKind::Xfce) {
+        m_desktopPanel = std::make_unique<ChildProcess>();
+        if (!startChild(*m_desktopPanel, QStringLiteral("xfce4-panel"), QStringLiteral("xfce4-panel"),
+                {QStringLiteral("--disable-wm-check")}, QStringLiteral("xfce4-panel"))
+            || !waitForReservedSpace(*m_desktopPanel, QStringLiteral("xfce4-panel")))
+            return false;
+    } else if (kind == WindowManagerKind::Icewm || kind == WindowManagerKind::Fluxbox) {
+        if (!waitForReservedSpace(*m_windowManager, program))
+            return false;
+    }
+    return true;
+}
+
+bool VirtualDesktop::waitForReservedSpace(ChildProcess& program, const QString& what)
+{
+    const bool reserved = waitUntil(
+        [&] {
+            const QList<quint32> area = property32(m_root, "_NET_WORKAREA");
+            return !program.isRunning() || (area.size() >= 4 && (area[2] < kWidth || area[3] < kHeight));
+        },
+        10000);
+    if (!program.isRunning())
+        return fail(QStringLiteral("%1 exited during start-up:\n%2").arg(what, program.logTail()));
+    if (!reserved)
+        return fail(QStringLiteral("%1 reserved no space for its panel within 10 s:\n%2").arg(what, program.logTail()));
+    // Panels settle in a few steps (size, then strut, then the work area).
+    pump(300);
+    return true;
+}
+
+bool VirtualDesktop::setXftDpi(int dpi)
+{
+    const xcb_atom_t resources = atom("RESOURCE_MANAGER");
+    if (dpi <= 0) {
+        xcb_delete_property(m_connection, m_root, resources);
+    } else {
+        const QByteArray text = QByteArrayLiteral("Xft.dpi:\t") + QByteArray::number(dpi) + '\n';
+        xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_root, resources, XCB_ATOM_STRING, 8,
+            uint32_t(text.size()), text.constData());
+    }
+    Reply<xcb_get_input_focus_reply_t> sync(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    return sync != nullptr || fail(QStringLiteral("the X connection is gone"));
+}
+
+bool VirtualDesktop::setMaximized(xcb_window_t window, bool maximized)
+{
+    const std::optional<QRect> before = visibleFrame(window);
+    xcb_client_message_event_t message {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atom("_NET_WM_STATE");
+    message.data.data32[0] = maximized ? 1 : 0; // _NET_WM_STATE_ADD / _REMOVE
+    message.data.data32[1] = atom("_NET_WM_STATE_MAXIMIZED_VERT");
+    message.data.data32[2] = atom("_NET_WM_STATE_MAXIMIZED_HORZ");
+    message.data.data32[3] = 2; // from a pager
+    xcb_send_event(m_connection, 0, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+        reinterpret_cast<const char*>(&message));
+    xcb_flush(m_connection);
+    const bool changed = waitUntil([&] {
+        const QList<quint32> state = property32(window, "_NET_WM_STATE");
+        const bool isMaximized = state.contains(message.data.data32[1]) && state.contains(message.data.data32[2]);
+        return isMaximized == maximized && visibleFrame(window) != before;
+    });
+    if (!changed)
+        return fail(QStringLiteral("the window manager did not %1 window 0x%2")
+                        .arg(maximized ? QStringLiteral("maximize") : QStringLiteral("restore"))
+                        .arg(window, 0, 16));
+    // Some managers move and resize in two steps: wait for two equal readings.
+    std::optional<QRect> last;
+    waitUntil([&] {
+        const std::optional<QRect> now = visibleFrame(window);
+        const bool stable = now == last;
+        last = now;
+        if (!stable)
+            pump(50);
+        return stable;
+    });
     return true;
 }
 
 void VirtualDesktop::stopWindowManager()
 {
+    if (m_desktopPanel)
+        m_desktopPanel->stop();
+    m_desktopPanel.reset();
     if (m_windowManager) {
         m_windowManager->stop();
         m_windowManager.reset();

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include "XServerProcess.h"
+
 #include <xcb/xcb.h>
 
 #include <functional>
@@ -16,10 +18,10 @@
 
 class ChildProcess;
 
-// A virtual X11 desktop for the X11 tests: an Xvfb server with two RandR monitors and,
-// on request, a session bus, a window manager, a tint2 panel, a compositor and client
-// windows. Everything it starts is killed by process id when it is destroyed, when the
-// process exits and when a fatal signal arrives.
+// A virtual X11 desktop for the X11 tests: an X server (Xvfb, or Xorg with the dummy
+// driver) with two RandR monitors and, on request, a session bus, a window manager with
+// its own panel, a tint2 panel, a compositor and client windows. Everything it starts is killed by process id when it
+// is destroyed, when the process exits and when a fatal signal arrives.
 //
 // X11TestMain (linked into every parqueta_x11_test executable) starts one desktop before
 // the QApplication exists, so Qt connects to it, and hands it out as VirtualDesktop::shared().
@@ -46,6 +48,12 @@ enum class WindowManagerKind {
     Openbox, // openbox --sm-disable; frame extents 1,1,20,5
     Xfwm4, // xfwm4 --compositor=off (starts the session bus itself)
     Metacity, // metacity --compositor=none
+    // The desktops below come with their panels, on the primary monitor as their stock
+    // settings put them; startWindowManager() waits until the panel reserves its space.
+    Xfce, // xfwm4 --compositor=off and xfce4-panel (top, 27 px, with a strut)
+    Icewm, // icewm with its taskbar (bottom; the strut sits on a window outside the client list)
+    Fluxbox, // fluxbox with its toolbar (bottom; no strut, only _NET_WORKAREA)
+    Kwin, // kwin_x11 without compositing (KWIN_COMPOSE=N) and Breeze decorations; no panel
 };
 
 enum class CompositorKind {
@@ -81,9 +89,10 @@ public:
 
     // Creates scratch HOME, XDG_RUNTIME_DIR, XDG_CONFIG_HOME, XDG_CACHE_HOME and
     // XDG_DATA_HOME and exports them with DISPLAY and QT_QPA_PLATFORM=xcb for this
-    // process and its children; starts Xvfb on a free display number (-displayfd), waits
+    // process and its children; starts the server on a free display number, waits
     // until it accepts connections and sets defaultMonitors().
-    bool start();
+    bool start(ServerKind server = ServerKind::Xvfb);
+    ServerKind serverKind() const;
     // Stops every child and the server.
     void stop();
 
@@ -94,7 +103,8 @@ public:
     // --- Monitors (RandR 1.5 monitors through xrandr --setmonitor) ---
     // LEFT 1280x1080+0+0 (primary), RIGHT 1280x1080+1280+0.
     static QList<MonitorSpec> defaultMonitors();
-    // Replaces all monitors; waits until the server reports exactly these.
+    // Replaces all monitors; waits until the server reports exactly these. On Xorg only
+    // the default monitors exist: its two outputs, named LEFT and RIGHT.
     bool setMonitors(const QList<MonitorSpec>& monitors);
     bool resetMonitors() { return setMonitors(defaultMonitors()); }
     // xrandr --delmonitor NAME; waits until it is gone.
@@ -117,6 +127,12 @@ public:
     bool startPanel(int monitorIndex);
     void stopPanel();
     xcb_window_t panelWindow() const { return m_panelWindow; }
+    // Xft.dpi in the root's RESOURCE_MANAGER, as `xrdb -merge` sets it (Qt programs
+    // started afterwards take it as their device-pixel ratio x 96); 0 removes it.
+    bool setXftDpi(int dpi);
+    // Asks the window manager to maximize a window (or to restore it) and waits until
+    // its frame changed.
+    bool setMaximized(xcb_window_t window, bool maximized);
     // Waits until the compositor owns _NET_WM_CM_S0.
     bool startCompositor(CompositorKind kind);
     void stopCompositor();
@@ -164,13 +180,17 @@ public:
     // until it holds or timeoutMs passes. Returns the condition's last result.
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000);
     // Lets queued Qt and X events run for a while.
-    static void pump(int milliseconds) { waitUntil([] { return false; }, milliseconds); }
+    static void pump(int milliseconds)
+    {
+        waitUntil([] { return false; }, milliseconds);
+    }
 
     // Records a failure (lastError(), stderr, and ADD_FAILURE inside a running test).
     bool fail(const QString& message);
 
 private:
-    bool startXvfb();
+    bool arrangeXorgOutputs();
+    bool waitForReservedSpace(ChildProcess& program, const QString& what);
     bool requireProgram(const QString& program, const QString& package);
     bool startChild(ChildProcess& child, const QString& program, const QString& package, const QStringList& arguments,
         const QString& logName);
@@ -182,9 +202,10 @@ private:
     QString logDir() const;
 
     std::unique_ptr<QTemporaryDir> m_scratch;
-    std::unique_ptr<ChildProcess> m_xvfb;
+    std::unique_ptr<XServerProcess> m_server;
     std::unique_ptr<ChildProcess> m_bus;
     std::unique_ptr<ChildProcess> m_windowManager;
+    std::unique_ptr<ChildProcess> m_desktopPanel; // xfce4-panel of WindowManagerKind::Xfce
     std::unique_ptr<ChildProcess> m_panel;
     std::unique_ptr<ChildProcess> m_compositor;
     std::map<xcb_window_t, std::unique_ptr<ChildProcess>> m_clients;

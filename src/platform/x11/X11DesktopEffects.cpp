@@ -2,6 +2,8 @@
 
 #include "core/Logging.h"
 
+#include <QGuiApplication>
+#include <QWindow>
 #include <xcb/xfixes.h>
 
 #include <cstdlib>
@@ -90,4 +92,17 @@ void X11DesktopEffects::setTranslucent(bool translucent)
     m_translucent = translucent;
     qCDebug(lcX11) << "Compositing manager" << (translucent ? "started" : "stopped");
     Q_EMIT overlaysCanBeTranslucentChanged(translucent);
+}
+
+void X11DesktopEffects::placeExactly(QWindow& window, const QRect& desktopRect) const
+{
+    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    xcb_connection_t* c = x11 ? x11->connection() : nullptr;
+    if (!c || !desktopRect.isValid() || !window.handle())
+        return;
+    const uint32_t values[] = {static_cast<uint32_t>(desktopRect.x()), static_cast<uint32_t>(desktopRect.y()),
+        static_cast<uint32_t>(desktopRect.width()), static_cast<uint32_t>(desktopRect.height())};
+    xcb_configure_window(c, static_cast<xcb_window_t>(window.winId()),
+        XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
+    xcb_flush(c);
 }

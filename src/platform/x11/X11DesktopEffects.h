@@ -15,6 +15,8 @@ public:
     ~X11DesktopEffects() override;
 
     bool overlaysCanBeTranslucent() const override { return m_translucent; }
+    // A configure request on Qt's own connection, so it follows the geometry Qt asked for.
+    void placeExactly(QWindow& window, const QRect& desktopRect) const override;
 
     bool handleX11Event(xcb_generic_event_t* event) override;
 

@@ -452,7 +452,7 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
     return true;
 }
 
-void X11WindowControl::moveResize(xcb_window_t window, const QRect& rect, bool move)
+void X11WindowControl::moveResize(xcb_window_t window, const QRect& rect, bool move, MoveRequest how)
 {
     const std::optional<Geometry> g = geometry(window);
     if (!g)
@@ -461,7 +461,7 @@ void X11WindowControl::moveResize(xcb_window_t window, const QRect& rect, bool m
     const int width = std::max(1, rect.width() - g->extents.left() - g->extents.right() - 2 * g->border);
     const int height = std::max(1, rect.height() - g->extents.top() - g->extents.bottom() - 2 * g->border);
     xcb_connection_t* c = m_connection.connection();
-    if (windowManagerSupports(m_connection.ewmh()->_NET_MOVERESIZE_WINDOW)) {
+    if (how == MoveRequest::Ewmh && windowManagerSupports(m_connection.ewmh()->_NET_MOVERESIZE_WINDOW)) {
         // NorthWest gravity: x and y place the frame's top-left corner.
         auto flags = static_cast<xcb_ewmh_moveresize_window_opt_flags_t>(
             XCB_EWMH_MOVERESIZE_WINDOW_WIDTH | XCB_EWMH_MOVERESIZE_WINDOW_HEIGHT);
@@ -472,7 +472,8 @@ void X11WindowControl::moveResize(xcb_window_t window, const QRect& rect, bool m
             XCB_GRAVITY_NORTH_WEST, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, flags, static_cast<uint32_t>(rect.x()),
             static_cast<uint32_t>(rect.y()), static_cast<uint32_t>(width), static_cast<uint32_t>(height));
     } else {
-        // Without such a window manager a configure request does the same (ICCCM).
+        // A configure request: with the usual NorthWest gravity a window manager puts the
+        // frame's corner at x, y (ICCCM 4.1.5); without one the client goes there.
         const uint32_t values[] = {static_cast<uint32_t>(rect.x()), static_cast<uint32_t>(rect.y()),
             static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
         if (move) {
@@ -498,37 +499,66 @@ void X11WindowControl::setFrame(const WindowHandle& handle, const QRectF& rect)
         return;
     const quint64 serial = m_nextMoveSerial++;
     m_moveSerials.insert(window, serial);
+    schedulePlacementCheck(window, requested, serial, PlacementStep::First);
+}
+
+void X11WindowControl::schedulePlacementCheck(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step)
+{
     // Geometry settles within a few milliseconds of the request; a later move of the same
     // window makes this check moot.
     QTimer::singleShot(kPlacementCheckMs, &m_connection,
-        [this, window, requested, serial] { checkPlacement(window, requested, serial); });
+        [this, window, requested, serial, step] { checkPlacement(window, requested, serial, step); });
 }
 
-void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quint64 serial)
+void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step)
 {
     if (m_moveSerials.value(window) != serial)
         return;
-    m_moveSerials.remove(window);
     const std::optional<Geometry> g = geometry(window);
-    if (!g)
+    if (!g) {
+        m_moveSerials.remove(window);
         return;
+    }
     const QRect applied = g->frame();
     const QPoint off = applied.topLeft() - requested.topLeft();
-    // Only differences the size of a frame's extents are a misread request or extents
-    // read too early; anything larger is the window manager's own decision (a window kept
-    // on screen, snapped to an edge), and a smaller window is a client's size increments.
+    const QSize grown = applied.size() - requested.size();
     const int tolerance = 2;
+    // A smaller frame in the right place is a client's size increments: as good as it gets.
+    const bool placed = off.manhattanLength() <= tolerance && grown.width() <= 0 && grown.height() <= 0;
+    if (placed) {
+        m_moveSerials.remove(window);
+        return;
+    }
+    // An offset the size of the frame's extents is a request read as client coordinates
+    // (icewm with its taskbar): ask for the frame moved back by it. Anything else is a
+    // request dropped or cut short, mostly because the window manager was still ending
+    // its own move when the button came up (xfwm4 then applies the size but keeps the
+    // position): ask once more as before. A window manager that insists has its way.
     const int alongX = g->extents.left() + g->extents.right() + tolerance;
     const int alongY = g->extents.top() + g->extents.bottom() + tolerance;
-    const bool misplaced
-        = off.manhattanLength() > tolerance && std::abs(off.x()) <= alongX && std::abs(off.y()) <= alongY;
-    const QSize grown = applied.size() - requested.size();
-    const bool oversized = (grown.width() > 0 || grown.height() > 0) && grown.width() <= alongX
-        && grown.height() <= alongY;
-    if (!misplaced && !oversized)
+    const bool misread = off.manhattanLength() > tolerance && std::abs(off.x()) <= alongX && std::abs(off.y()) <= alongY
+        && grown.width() <= alongX && grown.height() <= alongY;
+    QRect ask;
+    MoveRequest how = MoveRequest::Ewmh;
+    PlacementStep next = PlacementStep::Repeated;
+    if (step == PlacementStep::First && misread) {
+        ask = requested.translated(-off);
+        next = PlacementStep::Compensated;
+    } else if (step != PlacementStep::Repeated) {
+        // After a compensation that did not land, the first offset was not a misreading.
+        // xfwm4 goes on ignoring the position in _NET_MOVERESIZE_WINDOW for a window it
+        // has just moved, but honours the ICCCM request.
+        ask = requested;
+        how = MoveRequest::Configure;
+    } else {
+        qCInfo(lcWindows) << "The window manager keeps window" << Qt::hex << window << Qt::dec << "at" << applied
+                          << "instead of" << requested;
+        m_moveSerials.remove(window);
         return;
-    qCInfo(lcWindows) << "The window manager placed frame" << applied << "for" << requested << "; asking once more";
-    moveResize(window, misplaced ? requested.translated(-off) : requested, true);
+    }
+    qCInfo(lcWindows) << "The window manager placed frame" << applied << "for" << requested << "; asking for" << ask;
+    moveResize(window, ask, true, how);
+    schedulePlacementCheck(window, requested, serial, next);
 }
 
 void X11WindowControl::setSize(const WindowHandle& handle, const QSizeF& size)

@@ -79,14 +79,22 @@ private:
     // Asks the window manager to leave maximized and full-screen states and waits
     // until it has. Returns false when the window vanished.
     bool leaveMaximizedState(xcb_window_t window);
-    void moveResize(xcb_window_t window, const QRect& rect, bool move);
+    // How a move is asked for: _NET_MOVERESIZE_WINDOW where the window manager supports
+    // it, else (or on request) an ICCCM configure request on the client.
+    enum class MoveRequest { Ewmh, Configure };
+    void moveResize(xcb_window_t window, const QRect& rect, bool move, MoveRequest how = MoveRequest::Ewmh);
 
     // Some window managers (icewm with its task bar) read a move request as the client's
     // position rather than the frame's and leave the frame (and its title bar) off by up
-    // to the extents. Once the request has settled the applied frame is compared with it
-    // and the move corrected once. Nothing is learnt for later moves: a window manager
-    // replaced in the meantime would inherit a wrong correction.
-    void checkPlacement(xcb_window_t window, QRect requested, quint64 serial);
+    // to the extents; others drop the position of a request that arrives while their own
+    // move is ending (xfwm4, on the button release that snaps). Once the request has
+    // settled the applied frame is compared with it and the move corrected, at most twice.
+    // Nothing is learnt for later moves: a window manager replaced in the meantime would
+    // inherit a wrong correction.
+    // How far a placement check has gone for one move.
+    enum class PlacementStep { First, Compensated, Repeated };
+    void schedulePlacementCheck(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
+    void checkPlacement(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
 
     X11Connection& m_connection;
     int m_stateTimeoutMs = 500;

@@ -47,7 +47,8 @@ protected:
         left = screens.screens().at(0);
         right = screens.screens().at(1);
         for (const Screen& screen : {left, right}) {
-            auto root = SplitNode::create(0, 0, screens.visibleFrameOf(screen)->width(), screens.visibleFrameOf(screen)->height());
+            auto root = SplitNode::create(
+                0, 0, screens.visibleFrameOf(screen)->width(), screens.visibleFrameOf(screen)->height());
             root->splitAtOffset(SplitType::vertical, 400);
             root->children().at(1)->splitAtOffset(SplitType::vertical, 400);
             auto layout = Layout::create(root, QUuid::createUuid(), screen);
@@ -114,7 +115,6 @@ protected:
     Screen left, right;
 };
 
-
 // Logs "start", "move", "end" or "cancel", with " #<id>" when the event carries a drag
 // and " multi" when it is multi-zone.
 class GestureLog final : public ZoneGestureObserver
@@ -168,16 +168,18 @@ TEST_P(Gestures, Script)
         } else if (action == "R") {
             input.pressRight();
         } else if (action.size() == 1) {
-            const Qt::KeyboardModifier m
-                = c.toUpper() == 'S' ? Qt::ShiftModifier : c.toUpper() == 'A' ? Qt::AltModifier : Qt::ControlModifier;
+            const Qt::KeyboardModifier m = c.toUpper() == 'S' ? Qt::ShiftModifier
+                : c.toUpper() == 'A'                          ? Qt::AltModifier
+                                                              : Qt::ControlModifier;
             input.setModifiers(c.isUpper() ? input.currentModifiers() | m : input.currentModifiers() & ~m);
         } else if (action == "[multi]") {
             EXPECT_TRUE(gestures.isMultiZone());
         } else {
             EXPECT_EQ(gestures.inZoneMode(), action != "[off]");
-            EXPECT_EQ(gestures.toggledBy(), action == "[off]" ? ToggleDevice::none
-                    : action == "[on:k]"                      ? ToggleDevice::keyboard
-                                                              : ToggleDevice::mouse);
+            EXPECT_EQ(gestures.toggledBy(),
+                action == "[off]"        ? ToggleDevice::none
+                    : action == "[on:k]" ? ToggleDevice::keyboard
+                                         : ToggleDevice::mouse);
         }
     }
     EXPECT_EQ(observer.log.join(", "), QString::fromLatin1(GetParam().heard));
@@ -204,10 +206,10 @@ INSTANTIATE_TEST_SUITE_P(ZoneGesture, Gestures,
         GestureRow {"AltIsReadWithTheNextNotification", false, "begin S s A [multi] m a m end",
             "start #7, move #7 multi, move #7, end #7"},
         // Shift is looked at before Alt at the start; Alt released after the drag is not seen.
-        GestureRow {"AltAtStartOutlivesTheDrag", false, "A S begin end a s [multi]", "start, move #7 multi, end #7 multi"},
+        GestureRow {
+            "AltAtStartOutlivesTheDrag", false, "A S begin end a s [multi]", "start, move #7 multi, end #7 multi"},
         GestureRow {"NothingOutsideADrag", false, "S s R begin end S s R [off]", "end #7"}),
     [](const ::testing::TestParamInfo<GestureRow>& row) { return std::string(row.param.name); });
-
 
 struct HitRow
 {
@@ -242,8 +244,8 @@ INSTANTIATE_TEST_SUITE_P(ZoneManager, HitTest,
     ::testing::Values(
         // The point test: left and top edges inside, right and bottom edges outside.
         HitRow {0, {0, 30}, "1", ""}, HitRow {0, {399.5, 500}, "1", ""}, HitRow {0, {400, 500}, "2", ""},
-        HitRow {0, {200, 29.5}, "", ""}, HitRow {0, {1280, 500}, "", "1"},
-        HitRow {0, {1300, 1039.9}, "", "1"}, HitRow {0, {1300, 1040}, "", ""}, HitRow {0, {-50, -50}, "", ""},
+        HitRow {0, {200, 29.5}, "", ""}, HitRow {0, {1280, 500}, "", "1"}, HitRow {0, {1300, 1039.9}, "", "1"},
+        HitRow {0, {1300, 1040}, "", ""}, HitRow {0, {-50, -50}, "", ""},
         // Spanning: a square of side autoSpanDistance; touching a border is not crossing it.
         HitRow {40, {381, 500}, "1 2", ""}, HitRow {40, {380, 500}, "1", ""}, HitRow {40, {419, 500}, "1 2", ""},
         HitRow {40, {600, 11}, "2", ""},
@@ -251,7 +253,6 @@ INSTANTIATE_TEST_SUITE_P(ZoneManager, HitTest,
         HitRow {400, {1281, 500}, "", "1"},
         // Half a point is raised to one; a negative distance is the point test.
         HitRow {0.5, {399.6, 500}, "1 2", ""}, HitRow {0.5, {399.4, 500}, "1", ""}, HitRow {-10, {400, 500}, "2", ""}));
-
 
 TEST_F(Engine, SnapFillsTheUnionOfTheZonesOnTheFirstZonesScreenAndKeepsTheBookkeeping)
 {
@@ -315,7 +316,6 @@ TEST_F(Engine, UnsnapRestoresTheSizeFromBeforeTheFirstSnapWhereTheWindowWasDropp
     EXPECT_EQ(zonesOf(7), "");
 }
 
-
 struct KeyRow
 {
     std::vector<int> from;
@@ -351,6 +351,36 @@ INSTANTIATE_TEST_SUITE_P(ZoneShortcuts, MoveAndSpan,
         KeyRow {{1, 2}, kSpanRight, "1 2 3"}, KeyRow {{2, 3}, kSpanLeft, "1 2 3"}, KeyRow {{2, 3}, kSpanRight, "-"},
         KeyRow {{1, 2, 3}, kSpanLeft, "-"}));
 
+// The same keys on RIGHT: nothing with the raw comparison, the neighbouring zones of
+// RIGHT once shortcutsOnEveryScreen takes the window into its screen's layout space, and
+// cycling then keeps to the zone "1" of the focused window's screen.
+TEST_F(Engine, ShortcutsOnEveryScreenActOnTheWindowsOwnScreen)
+{
+    shortcuts.registerDefaultShortcuts();
+    control.addWindow(8, QRectF(100, 100, 500, 400));
+    zoneManager.snap(record(8), zones(left, {1}));
+    zoneManager.snap(record(7), zones(right, {1}));
+    control.setFocused(7);
+    const std::pair<KeyCombination, const char*> steps[]
+        = {{kCycleRight, "2"}, {kSpanLeft, "1 2"}, {kCycleRight, "2"}, {kCycleLeft, "1"}};
+    for (const bool everyScreen : {false, true}) {
+        settings.setValue(Keys::shortcutsOnEveryScreen, everyScreen);
+        for (const auto& [key, expected] : steps) {
+            ASSERT_TRUE(hotkeys.press(key));
+            EXPECT_EQ(zonesOf(7), everyScreen ? QString::fromLatin1(expected) : QStringLiteral("1"))
+                << KeyCombinations::toText(key).toStdString() << (everyScreen ? " on" : " off");
+        }
+    }
+    EXPECT_EQ(frameOf(7), QRectF(1280, 0, 400, 1040));
+    control.clearCalls();
+    ASSERT_TRUE(hotkeys.press(kNext));
+    EXPECT_EQ(control.calls(QStringList {"focus"}).value(0).id, 7u) << "window 8 stands in LEFT's zone 1";
+    settings.setValue(Keys::shortcutsOnEveryScreen, false);
+    control.clearCalls();
+    ASSERT_TRUE(hotkeys.press(kNext));
+    EXPECT_EQ(control.calls(QStringList {"focus"}).value(0).id, 8u) << "grouped by zone id across screens";
+}
+
 TEST_F(Engine, CyclingRaisesTheWindowsOfOneZoneInSnapOrderAndDropsClosedOnes)
 {
     shortcuts.registerDefaultShortcuts();
@@ -367,8 +397,10 @@ TEST_F(Engine, CyclingRaisesTheWindowsOfOneZoneInSnapOrderAndDropsClosedOnes)
         control.addWindow(id, QRectF(100, 100, 500, 400));
         zoneManager.snap(record(id), zones(left, {1}));
     }
-    EXPECT_EQ((QList<quint32> {raisedFrom(7, kNext), raisedFrom(8, kNext), raisedFrom(9, kNext)}), (QList<quint32> {8, 9, 7}));
-    EXPECT_EQ((QList<quint32> {raisedFrom(7, kPrev), raisedFrom(8, kPrev), raisedFrom(9, kPrev)}), (QList<quint32> {9, 7, 8}));
+    EXPECT_EQ((QList<quint32> {raisedFrom(7, kNext), raisedFrom(8, kNext), raisedFrom(9, kNext)}),
+        (QList<quint32> {8, 9, 7}));
+    EXPECT_EQ((QList<quint32> {raisedFrom(7, kPrev), raisedFrom(8, kPrev), raisedFrom(9, kPrev)}),
+        (QList<quint32> {9, 7, 8}));
     EXPECT_TRUE(writes().isEmpty()) << "cycling only raises";
 
     TestLog log;
