@@ -1,6 +1,7 @@
 #include "platform/KeyCombination.h"
 
 #include <QKeySequence>
+#include <QStringList>
 
 namespace KeyCombinations {
 
@@ -20,6 +21,29 @@ std::optional<KeyCombination> fromText(const QString& text)
         || key == Qt::Key_Meta || key == Qt::Key_AltGr)
         return std::nullopt;
     return combination;
+}
+
+QString modifiersDisplayText(Qt::KeyboardModifiers modifiers)
+{
+    // One fixed order, so the same keys always read the same. Meta is called Super, as
+    // most Linux desktops name that key in their keyboard settings.
+    QStringList names;
+    if (modifiers & Qt::ControlModifier)
+        names << QStringLiteral("Ctrl");
+    if (modifiers & Qt::AltModifier)
+        names << QStringLiteral("Alt");
+    if (modifiers & Qt::ShiftModifier)
+        names << QStringLiteral("Shift");
+    if (modifiers & Qt::MetaModifier)
+        names << QStringLiteral("Super");
+    return names.join(QLatin1Char('+'));
+}
+
+QString toDisplayText(KeyCombination combination)
+{
+    const QString key = QKeySequence(KeyCombination(combination.key())).toString(QKeySequence::NativeText);
+    const QString modifiers = modifiersDisplayText(combination.keyboardModifiers());
+    return modifiers.isEmpty() ? key : modifiers + QLatin1Char('+') + key;
 }
 
 } // namespace KeyCombinations

@@ -16,4 +16,11 @@ QString toText(KeyCombination combination);
 // Absent for an empty text, unknown key names, several keys, or a bare modifier.
 std::optional<KeyCombination> fromText(const QString& text);
 
+// The keys as this desktop's own settings name them, for people rather than files:
+// "Ctrl+Alt+Super+Left". On Linux the Meta modifier is the Super key; macOS will show
+// its ⌃⌥⇧⌘ symbols here once that backend exists.
+QString toDisplayText(KeyCombination combination);
+// The modifiers alone, in the same order and names ("Ctrl+Alt"); empty for none.
+QString modifiersDisplayText(Qt::KeyboardModifiers modifiers);
+
 } // namespace KeyCombinations
