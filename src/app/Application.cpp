@@ -14,14 +14,23 @@
 #include "models/Layout.h"
 #include "platform/GlobalInput.h"
 #include "platform/HotkeyBackend.h"
+#include "platform/LoginItemService.h"
 #include "platform/Platform.h"
 #include "views/AboutWindow.h"
 #include "views/LayoutBordersFlasher.h"
+#include "views/LayoutsSettingsView.h"
+#include "views/MoreSettingsView.h"
+#include "views/SettingsWindow.h"
+#include "views/ShortcutRecorder.h"
 #include "views/ZoneEditorManager.h"
 #include "views/ZoneManagerOverlayEngine.h"
 #include "views/ZonesOverlayFactory.h"
 
 #include <QApplication>
+#include <QCursor>
+#include <QMenu>
+#include <QScreen>
+#include <QSystemTrayIcon>
 #include <QTimer>
 
 namespace {
@@ -47,13 +56,13 @@ Application::Application(Platform& platform, Settings& settings, Options options
     // Shortcuts that cannot be had are told to the user once, not only logged; the
     // tray must exist before the six are registered.
     connect(m_shortcuts.get(), &GlobalShortcuts::shortcutUnavailable, this,
-            [this](const QString& name, KeyCombination combination, const QString&) {
-                queueShortcutNotice(GlobalShortcuts::unavailableNotice(name, combination));
-            });
+        [this](const QString& name, KeyCombination combination, const QString&) {
+            queueShortcutNotice(GlobalShortcuts::unavailableNotice(name, combination));
+        });
     m_shortcuts->registerDefaultShortcuts();
 
-    m_zones = std::make_unique<ZoneManager>(*m_screens, *m_layouts, *m_windows, *m_gestureMonitor, *m_shortcuts,
-                                            settings, *m_overlays);
+    m_zones = std::make_unique<ZoneManager>(
+        *m_screens, *m_layouts, *m_windows, *m_gestureMonitor, *m_shortcuts, settings, *m_overlays);
     m_overlayEngine = std::make_unique<ZoneManagerOverlayEngine>(*m_zones, *m_gestureMonitor);
     m_overlays->setEngine(m_overlayEngine.get());
     m_zoneMonitor = std::make_unique<ZoneMonitor>(*m_zones, *m_dragMonitor);
@@ -64,14 +73,26 @@ Application::Application(Platform& platform, Settings& settings, Options options
     connect(m_layouts.get(), &LayoutManager::layoutBordersRequested, this, &Application::flashLayoutBorders);
     // Windows follow their zones when a layout changes shape or another one takes over.
     connect(m_editors.get(), &ZoneEditorManager::editorClosed, this,
-            [this](const Screen& screen, const std::shared_ptr<Layout>& layout) {
-                if (sameLayout(m_layouts->activeFor(screen), layout))
-                    m_zones->moveWindowsToZones(layout);
-            });
+        [this](const Screen& screen, const std::shared_ptr<Layout>& layout) {
+            if (sameLayout(m_layouts->activeFor(screen), layout))
+                m_zones->moveWindowsToZones(layout);
+        });
     connect(m_layouts.get(), &LayoutManager::activeLayoutChanged, m_zones.get(), &ZoneManager::moveWindowsToZones);
 
     connect(m_statusMenu.get(), &StatusMenu::aboutRequested, this, &Application::showAbout);
+    connect(m_statusMenu.get(), &StatusMenu::settingsRequested, this, &Application::openSettings);
     connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &Application::quit);
+    connect(m_statusMenu.get(), &StatusMenu::notificationClicked, this, [this] {
+        if (!m_noticeIsAboutShortcuts)
+            return;
+        openSettings();
+        settingsWindow().showTab(SettingsWindow::Tab::Shortcuts);
+    });
+    connect(m_statusMenu->layoutsMenu(), &QMenu::aboutToShow, this, &Application::fillLayoutsMenu);
+    connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
+        if (name == QLatin1String(Keys::launchAtLogin.name))
+            applyLoginItem();
+    });
 }
 
 Application::~Application()
@@ -98,13 +119,23 @@ void Application::start()
         m_settings.setValue(Keys::firstRun, false);
     }
 
-    connect(m_screens.get(), &ScreenManager::displayReconfiguration, this,
-            &Application::handleDisplayReconfiguration);
+    connect(m_screens.get(), &ScreenManager::displayReconfiguration, this, &Application::handleDisplayReconfiguration);
     giveEveryScreenALayout();
     m_settings.sync();
 
-    qCInfo(lcApp) << "Parqueta" << QApplication::applicationVersion() << "is running on"
-                  << m_screens->screens().size() << "screen(s)";
+    qCInfo(lcApp) << "Parqueta" << QApplication::applicationVersion() << "is running on" << m_screens->screens().size()
+                  << "screen(s)";
+
+    // A bare window manager may have no tray at all: the settings window is then the
+    // only way in, and it must be able to quit.
+    const bool trayless = !QSystemTrayIcon::isSystemTrayAvailable() || m_settings.value(Keys::hideMenuBarIcon);
+    if (trayless)
+        qCInfo(lcApp) << "No tray icon to reach Parqueta by; the settings window carries a Quit button";
+    if (!m_options.launchedAsLoginItem) {
+        openSettings();
+    } else if (trayless) {
+        qCInfo(lcApp) << "Started at login without a tray icon: launch Parqueta again to open its settings";
+    }
 }
 
 void Application::giveEveryScreenALayout()
@@ -127,8 +158,70 @@ void Application::handleDisplayReconfiguration()
 
 void Application::reopen()
 {
-    // The settings window will answer this; until it exists, About is what there is.
-    showAbout();
+    openSettings();
+}
+
+SettingsWindow& Application::settingsWindow()
+{
+    if (!m_settingsWindow) {
+        SettingsWindow::Services services {m_settings, *m_layouts, *m_screens,
+            [this](const QString& name, QWidget* parent) -> QWidget* {
+                return new ShortcutRecorder(*m_shortcuts, name, parent);
+            },
+            m_options.versionText, m_platform.reopenPlace()};
+        m_settingsWindow = std::make_unique<SettingsWindow>(services);
+        m_settingsWindow->more().setUpdatesAvailable(false, tr("Updates are not checked by this build."));
+        connect(m_settingsWindow.get(), &SettingsWindow::quitRequested, this, &Application::quit);
+        connect(m_settingsWindow.get(), &SettingsWindow::editRequested, this,
+            [this](const Screen& screen, const std::shared_ptr<Layout>& layout) {
+                m_editors->showEditor(screen, layout);
+            });
+    }
+    return *m_settingsWindow;
+}
+
+void Application::openSettings()
+{
+    SettingsWindow& window = settingsWindow();
+    window.setQuitButtonVisible(!m_statusMenu->isIconVisible());
+    QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    window.present(screen ? screen->availableGeometry() : QRect());
+}
+
+void Application::fillLayoutsMenu()
+{
+    QMenu* menu = m_statusMenu->layoutsMenu();
+    menu->clear();
+    const QList<Screen> screens = m_screens->screens();
+    for (const Screen& screen : screens) {
+        if (screens.size() > 1)
+            menu->addSection(screen.name());
+        const std::shared_ptr<Layout> active = m_layouts->activeFor(screen);
+        int number = 0;
+        for (const std::shared_ptr<Layout>& layout : m_layouts->layouts(screen)) {
+            const bool isActive = active && active->id() == layout->id();
+            QAction* item = menu->addAction(
+                QIcon(LayoutsSettingsView::picture(*layout, QSize(48, 30), menu->palette(), isActive)),
+                tr("Layout %1").arg(++number));
+            item->setCheckable(true);
+            item->setChecked(isActive);
+            connect(
+                item, &QAction::triggered, this, [this, screen, layout] { m_layouts->setActiveFor(screen, layout); });
+        }
+    }
+}
+
+void Application::applyLoginItem()
+{
+    const bool wanted = m_settings.value(Keys::launchAtLogin);
+    QString error;
+    if (!m_platform.loginItems().setEnabled(wanted, error))
+        qCWarning(lcApp).noquote() << (wanted ? "Could not make Parqueta start at login:"
+                                              : "Could not stop Parqueta "
+                                                "starting at login:")
+                                   << error << "- the choice is kept and tried again when it changes";
 }
 
 void Application::openEditorUnderPointer()
@@ -164,6 +257,7 @@ void Application::flushShortcutNotices()
 {
     if (m_pendingNotices.isEmpty())
         return;
+    m_noticeIsAboutShortcuts = true;
     m_statusMenu->notify(tr("Some shortcuts are unavailable"), m_pendingNotices.join(QLatin1Char('\n')));
     m_pendingNotices.clear();
 }
@@ -182,6 +276,8 @@ void Application::shutDown()
     qCInfo(lcApp) << "Shutting down";
     // An editor open at quit keeps what was done in it.
     m_editors->closeAll();
+    if (m_settingsWindow)
+        m_settingsWindow->hide();
     m_zones->removeOverlayWindows();
     m_gestureMonitor->stopMonitoring();
     m_zoneMonitor->stopMonitoring();

@@ -36,6 +36,8 @@ public:
         bool launchedAsLoginItem = false;
         // The tray's community link; the item is hidden while empty.
         QString communityUrl;
+        // "0.1.0 (57)", with "-beta" for a pre-release build.
+        QString versionText;
     };
 
     Application(Platform& platform, Settings& settings, Options options, QObject* parent = nullptr);
@@ -48,6 +50,8 @@ public:
     void reopen();
     // The zone editor for the screen under the pointer and its active layout.
     void openEditorUnderPointer();
+    // The settings window in front, focused, centred on the screen under the pointer.
+    void openSettings();
     // Overlays gone, monitors stopped, grabs released, settings flushed; then the event
     // loop ends. Safe to call more than once.
     void quit();
@@ -65,6 +69,9 @@ private:
     void flashLayoutBorders(const std::shared_ptr<class Layout>& layout);
     void queueShortcutNotice(const QString& notice);
     void flushShortcutNotices();
+    void fillLayoutsMenu();
+    void applyLoginItem();
+    class SettingsWindow& settingsWindow();
 
     Platform& m_platform;
     Settings& m_settings;
@@ -87,4 +94,7 @@ private:
     std::unique_ptr<LayoutBordersFlasher> m_flasher;
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<AboutWindow> m_about;
+    std::unique_ptr<class SettingsWindow> m_settingsWindow;
+    // The last notice was about shortcuts: clicking it opens their tab.
+    bool m_noticeIsAboutShortcuts = false;
 };

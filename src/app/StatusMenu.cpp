@@ -30,11 +30,23 @@ StatusMenu::StatusMenu(Settings& settings, QString communityUrl, QObject* parent
     QAction* about = m_menu->addAction(tr("About %1").arg(QApplication::applicationName()));
     connect(about, &QAction::triggered, this, &StatusMenu::aboutRequested);
 
+    m_updates = m_menu->addAction(tr("Check for updates…"));
+    m_updates->setObjectName(QStringLiteral("checkForUpdates"));
+    connect(m_updates, &QAction::triggered, this, &StatusMenu::updateCheckRequested);
+    setUpdatesAvailable(false);
+
     QAction* community = m_menu->addAction(tr("Join our community"));
     community->setVisible(!m_communityUrl.isEmpty());
     connect(community, &QAction::triggered, this, [this] { QDesktopServices::openUrl(QUrl(m_communityUrl)); });
 
     m_menu->addSeparator();
+    m_layouts = m_menu->addMenu(tr("Layouts"));
+    m_layouts->setObjectName(QStringLiteral("layoutsMenu"));
+    QAction* settingsItem = m_menu->addAction(tr("Settings…"));
+    settingsItem->setObjectName(QStringLiteral("settings"));
+    // Shown in the menu as the desktop writes it (Ctrl+, here, Command-comma on a Mac).
+    settingsItem->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    connect(settingsItem, &QAction::triggered, this, &StatusMenu::settingsRequested);
     QAction* quit = m_menu->addAction(tr("Quit"));
     connect(quit, &QAction::triggered, this, &StatusMenu::quitRequested);
 
@@ -46,6 +58,7 @@ StatusMenu::StatusMenu(Settings& settings, QString communityUrl, QObject* parent
         if (reason == QSystemTrayIcon::Trigger)
             m_menu->popup(QCursor::pos());
     });
+    connect(m_tray, &QSystemTrayIcon::messageClicked, this, &StatusMenu::notificationClicked);
     connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
         if (name == QLatin1String(Keys::hideMenuBarIcon.name))
             applyIconVisibility();
@@ -76,4 +89,9 @@ void StatusMenu::applyIconVisibility()
     if (!hidden && !QSystemTrayIcon::isSystemTrayAvailable())
         qCInfo(lcApp) << "No system tray on this desktop yet; the icon appears when one starts";
     m_tray->setVisible(!hidden);
+}
+
+void StatusMenu::setUpdatesAvailable(bool available)
+{
+    m_updates->setEnabled(available);
 }

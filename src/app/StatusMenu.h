@@ -8,8 +8,9 @@ class QMenu;
 class QSystemTrayIcon;
 class Settings;
 
-// The tray icon and its menu. Items whose feature is not built in yet are left out;
-// the community item is hidden while no address was configured at build time.
+// The tray icon and its menu: "Open layout editor…", the version, About, "Check for
+// updates…", the community link (hidden while no address was configured at build time),
+// the screens' layouts to switch between, Settings and Quit.
 class StatusMenu final : public QObject
 {
     Q_OBJECT
@@ -19,6 +20,10 @@ public:
     ~StatusMenu() override;
 
     QMenu* menu() const { return m_menu; }
+    // Filled by whoever knows the layouts each time it is about to show.
+    QMenu* layoutsMenu() const { return m_layouts; }
+    // Without an update service the item stays, disabled.
+    void setUpdatesAvailable(bool available);
     // Whether the icon is in the tray now (the user may hide it; a desktop may have no tray).
     bool isIconVisible() const;
     // A passing message from the tray icon; logged as well, since not every desktop
@@ -28,7 +33,11 @@ public:
 Q_SIGNALS:
     void editorRequested();
     void aboutRequested();
+    void updateCheckRequested();
+    void settingsRequested();
     void quitRequested();
+    // The user clicked the last message shown by notify().
+    void notificationClicked();
 
 private:
     void applyIconVisibility();
@@ -36,5 +45,7 @@ private:
     Settings& m_settings;
     QString m_communityUrl;
     QMenu* m_menu = nullptr;
+    QMenu* m_layouts = nullptr;
+    QAction* m_updates = nullptr;
     QSystemTrayIcon* m_tray = nullptr;
 };

@@ -36,11 +36,10 @@ LaunchOptions parseOptions(int argc, char** argv)
     parser.setApplicationDescription(QStringLiteral("Snaps windows into zones."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption loginItem(QStringLiteral("login-item"),
-                                       QStringLiteral("Started by the session at login: open no window."));
+    const QCommandLineOption loginItem(
+        QStringLiteral("login-item"), QStringLiteral("Started by the session at login: open no window."));
     parser.addOption(loginItem);
-    const QCommandLineOption editLayout(
-        QStringLiteral("edit-layout"),
+    const QCommandLineOption editLayout(QStringLiteral("edit-layout"),
         QStringLiteral("Open the layout editor for the screen under the pointer (of the running Parqueta, "
                        "or of this one)."));
     parser.addOption(editLayout);
@@ -89,11 +88,16 @@ int main(int argc, char** argv)
     Application::Options options;
     options.launchedAsLoginItem = launch.loginItem;
     options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
+    options.versionText
+        = QStringLiteral("%1%2 (%3)")
+              .arg(QStringLiteral(PARQUETA_VERSION), PARQUETA_PRERELEASE ? QStringLiteral("-beta") : QString(),
+                  QStringLiteral(PARQUETA_BUILD_NUMBER));
     Application application(*platform, settings, options);
 
     instance.listen();
     QObject::connect(&instance, &SingleInstance::reopenRequested, &application, &Application::reopen);
-    QObject::connect(&instance, &SingleInstance::editLayoutRequested, &application, &Application::openEditorUnderPointer);
+    QObject::connect(
+        &instance, &SingleInstance::editLayoutRequested, &application, &Application::openEditorUnderPointer);
     UnixSignals signals;
     QObject::connect(&signals, &UnixSignals::terminationRequested, &application, &Application::quit);
     platform->setConnectionLostHandler([&application] {

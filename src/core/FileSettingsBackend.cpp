@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -355,7 +356,76 @@ bool FileSettingsBackend::sync()
         qCInfo(lcSettings).noquote() << QStringLiteral("Settings file %1 is writable again").arg(m_filePath);
     }
     m_writeFailing = !written;
+    // The last good copy follows what this program wrote, so a file another program
+    // breaks later falls back to the user's latest choices, not to those of the start.
+    if (written) {
+        QFile file(m_filePath);
+        if (file.open(QIODevice::ReadOnly)) {
+            const QByteArray data = file.readAll();
+            QString problem;
+            if (parseDocument(data, &problem))
+                refreshBackup(m_filePath, data);
+        }
+    }
     return written;
+}
+
+void FileSettingsBackend::watchExternalChanges(std::function<void(const QStringList& storedKeys)> onChanged)
+{
+    m_onExternalChange = std::move(onChanged);
+    if (m_watcher || !QCoreApplication::instance())
+        return;
+    m_watcher = std::make_unique<QFileSystemWatcher>();
+    m_reloadTimer = std::make_unique<QTimer>();
+    m_reloadTimer->setSingleShot(true);
+    // Editors write in bursts (truncate, write, rename); read once they are done.
+    m_reloadTimer->setInterval(150);
+    QObject::connect(m_reloadTimer.get(), &QTimer::timeout, m_reloadTimer.get(), [this] { reloadChangedFile(); });
+    const auto changed = [this] {
+        // A file replaced by a rename is a new file: watch it again.
+        if (!m_watcher->files().contains(m_filePath) && QFileInfo::exists(m_filePath))
+            m_watcher->addPath(m_filePath);
+        m_reloadTimer->start();
+    };
+    QObject::connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, m_reloadTimer.get(), changed);
+    QObject::connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, m_reloadTimer.get(), changed);
+    const QString directory = QFileInfo(m_filePath).absolutePath();
+    QDir().mkpath(directory);
+    m_watcher->addPath(directory);
+    if (QFileInfo::exists(m_filePath))
+        m_watcher->addPath(m_filePath);
+}
+
+QVariantMap FileSettingsBackend::snapshot() const
+{
+    QVariantMap values;
+    for (const QString& key : m_settings->allKeys())
+        values.insert(key, m_settings->value(key));
+    return values;
+}
+
+void FileSettingsBackend::reloadChangedFile()
+{
+    const QVariantMap before = snapshot();
+    // QSettings reads the file again when it changed on disk, keeping what this program
+    // has not written yet on top.
+    m_settings->sync();
+    const QVariantMap after = snapshot();
+    QStringList changed;
+    for (auto it = after.cbegin(); it != after.cend(); ++it) {
+        if (before.value(it.key()) != it.value())
+            changed << it.key();
+    }
+    for (auto it = before.cbegin(); it != before.cend(); ++it) {
+        if (!after.contains(it.key()))
+            changed << it.key();
+    }
+    if (changed.isEmpty())
+        return;
+    qCInfo(lcSettings).noquote()
+        << QStringLiteral("Settings file changed by another program: %1").arg(changed.join(QStringLiteral(", ")));
+    if (m_onExternalChange)
+        m_onExternalChange(changed);
 }
 
 QString FileSettingsBackend::filePath() const

@@ -5,11 +5,13 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
-#include <memory>
-
+class QFileSystemWatcher;
 class QSettings;
+class QTimer;
 
 // Settings in one human-readable JSON file (the top-level object maps stored keys to
 // values), read and written through QSettings with a registered JSON format.
@@ -37,6 +39,11 @@ public:
     void remove(const QString& storedKey) override;
     QStringList keys() const override;
     bool sync() override;
+    // The file is watched; a change made by another program is read within a fraction
+    // of a second, merged under what this program has not written yet, and reported.
+    // A file made unreadable is handled as at start-up (moved aside, last good copy back,
+    // and that copy is refreshed after every write of this program).
+    void watchExternalChanges(std::function<void(const QStringList& storedKeys)> onChanged) override;
 
     QString filePath() const;
 
@@ -54,9 +61,14 @@ public:
 
 private:
     void scheduleSync();
+    void reloadChangedFile();
+    QVariantMap snapshot() const;
 
     QString m_filePath;
     std::unique_ptr<QSettings> m_settings;
     bool m_syncScheduled = false;
     bool m_writeFailing = false;
+    std::function<void(const QStringList&)> m_onExternalChange;
+    std::unique_ptr<QFileSystemWatcher> m_watcher;
+    std::unique_ptr<QTimer> m_reloadTimer;
 };

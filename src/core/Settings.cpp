@@ -124,6 +124,14 @@ Settings::Settings(std::unique_ptr<SettingsBackend> backend, QObject* parent)
         qCCritical(lcSettings) << "Settings store created without a backend; settings are kept in memory only";
         m_backend = std::make_unique<MemorySettingsBackend>();
     }
+    m_backend->watchExternalChanges([this](const QStringList& storedKeys) {
+        for (const QString& storedKey : storedKeys) {
+            m_reportedProblems.remove(storedKey);
+            const QString name = nameOfStoredKey(storedKey.toLatin1().constData());
+            Q_EMIT changed(name);
+            Q_EMIT changedExternally(name);
+        }
+    });
 }
 
 Settings::~Settings() = default;

@@ -109,6 +109,9 @@ public:
 Q_SIGNALS:
     // After every write; name is the key's name in code (for example "gapSize").
     void changed(const QString& name);
+    // Another program changed the settings file under name (changed() comes too):
+    // whoever keeps a copy of that value reads it again.
+    void changedExternally(const QString& name);
 
 private:
     template <typename T>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -20,4 +22,10 @@ public:
     // Makes everything written so far durable. Returns false (after logging) when
     // the store cannot be written; the values stay in memory.
     virtual bool sync() = 0;
+    // Calls onChanged with the stored keys whose values another program changed while
+    // this one runs. Stores that nobody else writes never call it.
+    virtual void watchExternalChanges(std::function<void(const QStringList& storedKeys)> onChanged)
+    {
+        Q_UNUSED(onChanged);
+    }
 };

@@ -32,7 +32,28 @@ LayoutManager::LayoutManager(Settings& settings, ScreenManager& screens, GlobalS
     , m_settings(settings)
     , m_screens(screens)
     , m_shortcuts(shortcuts)
-{ }
+{
+    // A layout's shortcut recorded in the settings window starts working at once.
+    connect(&m_shortcuts, &GlobalShortcuts::shortcutChanged, this, [this](const QString& name) {
+        for (const auto& [screen, list] : m_cachedLayouts) {
+            for (const std::shared_ptr<Layout>& layout : list) {
+                if (layout->idText() == name)
+                    registerShortcutIfNeeded(layout);
+            }
+        }
+    });
+    // A catalogue edited in the file by hand (or synced from elsewhere) replaces the
+    // copies handed out so far; every screen's active layout is announced again.
+    connect(&m_settings, &Settings::changedExternally, this, [this](const QString& name) {
+        if (name != QLatin1String(Keys::layouts.name) && name != QLatin1String(Keys::activeLayouts.name))
+            return;
+        m_cachedLayouts.clear();
+        for (const Screen& screen : m_screens.screens()) {
+            if (const std::shared_ptr<Layout> layout = activeFor(screen))
+                Q_EMIT activeLayoutChanged(layout);
+        }
+    });
+}
 
 LayoutManager::~LayoutManager() = default;
 

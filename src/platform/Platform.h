@@ -11,6 +11,7 @@ class WindowControl;
 class GlobalInput;
 class HotkeyBackend;
 class DesktopEffects;
+class LoginItemService;
 
 // Everything the engine needs from the operating system, owned by one object.
 // The backend is chosen at link time: exactly one of src/platform/x11 or
@@ -30,6 +31,11 @@ public:
     virtual HotkeyBackend& hotkeys() = 0;
     // What Parqueta's own overlay windows can rely on (translucency).
     virtual DesktopEffects& desktopEffects() = 0;
+    // Starting Parqueta at login.
+    virtual LoginItemService& loginItems() = 0;
+    // Where the user finds Parqueta to open it again when its icon is hidden, to complete
+    // "Open Parqueta from … to access these settings".
+    virtual QString reopenPlace() const = 0;
     // Whether the operating system lets Parqueta control other applications' windows,
     // checked without prompting the user. X11 needs no grant; macOS asks for the
     // accessibility permission.

@@ -53,6 +53,9 @@ public:
     // its start-up is complete. On failure the reason is in lastError() (and recorded
     // as a test failure inside a running test).
     bool start(bool waitForReady = true);
+    // The command line of the next start(). By default --login-item, as the session
+    // starts it at login: no settings window opens by itself over the desktop under test.
+    void setArguments(const QStringList& arguments) { m_arguments = arguments; }
     // Waits for the "is running on" line of this run; false when the program exited or
     // timeoutMs passed.
     bool waitUntilReady(int timeoutMs = 20000);
@@ -89,4 +92,5 @@ private:
     std::unique_ptr<ChildProcess> m_process;
     QString m_logFile;
     QString m_lastError;
+    QStringList m_arguments {QStringLiteral("--login-item")};
 };

@@ -7,6 +7,9 @@
 #include "platform/x11/X11GlobalInput.h"
 #include "platform/x11/X11HotkeyBackend.h"
 #include "platform/x11/X11WindowControl.h"
+#include "platform/x11/XdgAutostartLoginItem.h"
+
+#include <QCoreApplication>
 
 #include <xcb/xcb.h>
 
@@ -17,6 +20,7 @@ X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
     , m_input(std::make_unique<X11GlobalInput>(*m_connection))
     , m_hotkeys(std::make_unique<X11HotkeyBackend>(*m_connection))
     , m_desktopEffects(std::make_unique<X11DesktopEffects>(*m_connection))
+    , m_loginItems(std::make_unique<XdgAutostartLoginItem>(QCoreApplication::applicationFilePath()))
 { }
 
 X11Platform::~X11Platform() = default;
@@ -44,6 +48,16 @@ HotkeyBackend& X11Platform::hotkeys()
 DesktopEffects& X11Platform::desktopEffects()
 {
     return *m_desktopEffects;
+}
+
+LoginItemService& X11Platform::loginItems()
+{
+    return *m_loginItems;
+}
+
+QString X11Platform::reopenPlace() const
+{
+    return QCoreApplication::translate("X11Platform", "the application menu");
 }
 
 std::unique_ptr<Platform> createPlatform()

@@ -10,6 +10,7 @@ class X11WindowControl;
 class X11GlobalInput;
 class X11HotkeyBackend;
 class X11DesktopEffects;
+class XdgAutostartLoginItem;
 
 // The X11 backend: owns Parqueta's one X11 connection and every service built on it.
 // Services are created in the constructor after the connection and destroyed before
@@ -26,6 +27,8 @@ public:
     GlobalInput& input() override;
     HotkeyBackend& hotkeys() override;
     DesktopEffects& desktopEffects() override;
+    LoginItemService& loginItems() override;
+    QString reopenPlace() const override;
     // Any X11 client may move any window: there is nothing to grant.
     bool hasWindowControlPermission() const override { return true; }
     void setConnectionLostHandler(std::function<void()> handler) override;
@@ -39,4 +42,5 @@ private:
     std::unique_ptr<X11GlobalInput> m_input;
     std::unique_ptr<X11HotkeyBackend> m_hotkeys;
     std::unique_ptr<X11DesktopEffects> m_desktopEffects;
+    std::unique_ptr<XdgAutostartLoginItem> m_loginItems;
 };

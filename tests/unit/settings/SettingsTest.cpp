@@ -1,14 +1,15 @@
 // The settings store as the application opens it: the JSON file under XDG_CONFIG_HOME,
 // its defaults, what it refuses, and how it survives files it cannot read.
+#include "core/Settings.h"
 #include "TestSupport.h"
 #include "core/ColorCodec.h"
 #include "core/FileSettingsBackend.h"
 #include "core/MemorySettingsBackend.h"
-#include "core/Settings.h"
 #include "platform/SettingsLocation.h"
 
 #include <QDataStream>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
 #include <QJsonArray>
@@ -64,7 +65,8 @@ private:
     int m_generation = 0;
 };
 
-const QByteArray kLayout = R"({"id":"0F8E2C1A-0000-4000-8000-000000000001","root":{"x":0,"y":0,"width":800,"height":600}})";
+const QByteArray kLayout
+    = R"({"id":"0F8E2C1A-0000-4000-8000-000000000001","root":{"x":0,"y":0,"width":800,"height":600}})";
 const QByteArray kBinary("\x00\x01\xfe\xffnot json", 12);
 const QByteArray kGood = R"({"gapSize": 14, "enableGaps": true, "layouts-v0": {"S": ["{\"id\":\"A\"}"]}})";
 
@@ -85,8 +87,9 @@ TEST(SettingsFile, EveryTypeRoundTripsUnderItsStoredNameInReadableJson)
         ASSERT_TRUE(settings->sync());
     }
     const QJsonObject json = config.json();
-    EXPECT_EQ(json.keys(), (QStringList {"activeLayouts-v0", "autoSpanDistance", "customAccentColor",
-                               "customDarkZoneBackgroundColor", "layouts-v0", "screens-v0", "spanAdjancedZones"}));
+    EXPECT_EQ(json.keys(),
+        (QStringList {"activeLayouts-v0", "autoSpanDistance", "customAccentColor", "customDarkZoneBackgroundColor",
+            "layouts-v0", "screens-v0", "spanAdjancedZones"}));
     EXPECT_EQ(json["customAccentColor"].toArray().at(0), QJsonValue("sRGB"));
     EXPECT_EQ(json["customAccentColor"].toArray().at(1).toArray().at(3).toDouble(), 200 / 255.0);
     EXPECT_TRUE(json["customDarkZoneBackgroundColor"].toString().startsWith("base64:")) << "extended range is archived";
@@ -100,7 +103,8 @@ TEST(SettingsFile, EveryTypeRoundTripsUnderItsStoredNameInReadableJson)
     EXPECT_EQ(settings->value(Keys::autoSpanDistance), 12.75);
     EXPECT_EQ(settings->value(Keys::customAccentColor), QColor(250, 128, 1, 200));
     EXPECT_EQ(settings->value(Keys::zoneBackgroundDarkColor), QColor::fromRgbF(1.25f, -0.125f, 0.5f, 1.0f));
-    for (const QColor& color : {QColor(255, 255, 255, 0), QColor::fromRgba64(1, 32768, 65534, 40000), QColor::fromHsv(200, 30, 90)})
+    for (const QColor& color :
+        {QColor(255, 255, 255, 0), QColor::fromRgba64(1, 32768, 65534, 40000), QColor::fromHsv(200, 30, 90)})
         EXPECT_EQ(ColorCodec::decode(ColorCodec::encode(color)), color.toRgb()) << "every channel survives exactly";
     EXPECT_EQ(settings->blobs(Keys::screens).value("other"), kBinary);
     EXPECT_EQ(settings->blobLists(Keys::layouts).value("6E2D-1512x944"), (QList<QByteArray> {kLayout, kBinary}));
@@ -265,12 +269,54 @@ TEST(SettingsFile, ColoursWrittenOnAMacReadAsTheSameColours)
         return ColorCodec::decode(QJsonDocument::fromJson(QByteArray("[") + json + "]").array().at(0).toVariant());
     };
     EXPECT_EQ(decoded(R"(["kCGColorSpaceSRGB", [0.2, 0.4, 0.6, 1]])"), decoded(R"(["sRGB", [0.2, 0.4, 0.6, 1]])"));
-    EXPECT_EQ(decoded(R"(["kCGColorSpaceGenericGrayGamma2_2", [0.5, 0.25]])"), decoded(R"(["sRGB", [0.5, 0.5, 0.5, 0.25]])"));
+    EXPECT_EQ(
+        decoded(R"(["kCGColorSpaceGenericGrayGamma2_2", [0.5, 0.25]])"), decoded(R"(["sRGB", [0.5, 0.5, 0.5, 0.25]])"));
     const std::optional<QColor> p3 = decoded(R"(["kCGColorSpaceDisplayP3", [0.8, 0.2, 0.2, 1]])");
     ASSERT_TRUE(p3.has_value());
     EXPECT_GT(p3->redF(), 0.82) << "Display P3 red is redder than sRGB's";
     EXPECT_LT(p3->greenF(), 0.2);
-    EXPECT_FALSE(decoded(R"(["kCGColorSpaceGenericGray", [0.5, 0.5, 0.5, 1]])").has_value()) << "grey has two components";
+    EXPECT_FALSE(decoded(R"(["kCGColorSpaceGenericGray", [0.5, 0.5, 0.5, 1]])").has_value())
+        << "grey has two components";
 }
 
 } // namespace
+
+// Another program edits the file while Parqueta runs: the change is announced within a
+// second and read; one that breaks the file falls back to the last good copy, which
+// already holds what this program wrote in this run.
+TEST(SettingsFile, ChangesMadeByAnotherProgramAreReadWithinASecond)
+{
+    ConfigHome config;
+    config.write(kGood);
+    const auto settings = config.open();
+    QStringList external;
+    QObject::connect(settings.get(), &Settings::changedExternally, [&](const QString& name) { external << name; });
+    const auto waitFor = [&](const std::function<bool()>& condition) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!condition() && timer.elapsed() < 1000)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        return condition();
+    };
+
+    settings->setValue(Keys::holdShiftToSnap, true);
+    ASSERT_TRUE(settings->sync());
+    QCoreApplication::processEvents();
+    QJsonObject edited = config.json();
+    edited.insert(QStringLiteral("gapSize"), 30);
+    edited.insert(QStringLiteral("enableGaps"), false);
+    config.write(QJsonDocument(edited).toJson());
+    EXPECT_TRUE(waitFor([&] { return external.size() == 2; })) << external.join(',').toStdString();
+    EXPECT_EQ(QSet<QString>(external.begin(), external.end()), (QSet<QString> {"gapSize", "enableGaps"}));
+    EXPECT_EQ(settings->value(Keys::gapSize), 30.0);
+    EXPECT_TRUE(settings->value(Keys::holdShiftToSnap)) << "what this program wrote stays";
+
+    external.clear();
+    TestLog log;
+    config.write("{ broken");
+    EXPECT_TRUE(waitFor([&] { return !config.corruptFiles().isEmpty(); }));
+    EXPECT_EQ(config.corruptFiles().size(), 1);
+    EXPECT_EQ(settings->value(Keys::gapSize), 30.0) << "the last good file is back";
+    EXPECT_FALSE(settings->value(Keys::enableGaps));
+    EXPECT_TRUE(settings->value(Keys::holdShiftToSnap)) << "with what this program wrote";
+}

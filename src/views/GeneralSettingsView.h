@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/Settings.h"
+
+#include <QWidget>
+
+class QVBoxLayout;
+class SettingsBinder;
+
+// The General tab: behaviour switches, the two adjusters under their switches, and the
+// accent, highlight, text and background colours.
+class GeneralSettingsView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // reopenPlace: where this desktop keeps Parqueta for the user to open it again
+    // ("the application menu"), for the hint under "Hide menubar icon".
+    GeneralSettingsView(SettingsBinder& binder, const QString& reopenPlace, QWidget* parent = nullptr);
+
+private:
+    QWidget* toggle(const QString& label, const BoolKey& key, const QString& description = {});
+    QWidget* section(const QString& title);
+
+    SettingsBinder& m_binder;
+    QVBoxLayout* m_layout;
+};

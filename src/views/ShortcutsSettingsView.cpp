@@ -1,0 +1,95 @@
+#include "views/ShortcutsSettingsView.h"
+
+#include "core/Settings.h"
+#include "managers/GlobalShortcuts.h"
+#include "views/SettingsBinder.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QKeySequence>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+
+QLabel* caption(const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    label->setWordWrap(true);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+QLabel* heading(const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    QFont font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    label->setContentsMargins(0, 8, 0, 2);
+    return label;
+}
+
+// The desktop's own name for a modifier: "Alt" here, the Option symbol on a Mac.
+QString keyName(Qt::KeyboardModifier modifier)
+{
+    QString name = QKeySequence(modifier).toString(QKeySequence::NativeText);
+    if (name.endsWith(QLatin1Char('+')))
+        name.chop(1);
+    return name;
+}
+
+} // namespace
+
+ShortcutsSettingsView::ShortcutsSettingsView(
+    SettingsBinder& binder, const RecorderFactory& recorderFor, QWidget* parent)
+    : QWidget(parent)
+{
+    Settings& settings = binder.settings();
+    auto* layout = new QVBoxLayout(this);
+
+    layout->addWidget(heading(tr("Behavior"), this));
+    layout->addWidget(
+        caption(tr("Hold %1 while dragging to select multiple zones").arg(keyName(Qt::AltModifier)), this));
+    auto* hold = new QCheckBox(tr("Hold shift while dragging to snap windows"), this);
+    binder.bind(hold, Keys::holdShiftToSnap);
+    layout->addWidget(hold);
+    QLabel* holdText = caption({}, this);
+    holdText->setContentsMargins(24, 0, 0, 0);
+    holdText->setObjectName(QStringLiteral("holdShiftToSnapDescription"));
+    binder.follow(Keys::holdShiftToSnap.name, [holdText, &settings] {
+        holdText->setText(settings.value(Keys::holdShiftToSnap)
+                ? tr("Holding shift while dragging a window will enable snapping to zones")
+                : tr("Pressing shift while dragging a window will toggle snapping to zones"));
+    });
+    layout->addWidget(holdText);
+    auto* everyScreen = new QCheckBox(tr("Move and span on every screen"), this);
+    binder.bind(everyScreen, Keys::shortcutsOnEveryScreen);
+    layout->addWidget(everyScreen);
+    QLabel* everyText = caption(tr("Off, moving and spanning work on the main screen only"), this);
+    everyText->setContentsMargins(24, 0, 0, 0);
+    layout->addWidget(everyText);
+
+    layout->addWidget(heading(tr("Window movement"), this));
+    auto* movement = new QFormLayout();
+    const auto row = [&](QFormLayout* form, const QString& name) {
+        if (QWidget* recorder = recorderFor(name, this))
+            form->addRow(GlobalShortcuts::displayName(name), recorder);
+    };
+    row(movement, ShortcutNames::cycleWindowLeft);
+    row(movement, ShortcutNames::cycleWindowRight);
+    row(movement, ShortcutNames::spanWindowLeft);
+    row(movement, ShortcutNames::spanWindowRight);
+    layout->addLayout(movement);
+
+    auto* switching = new QGroupBox(tr("Window switching"), this);
+    auto* switchingLayout = new QVBoxLayout(switching);
+    switchingLayout->addWidget(caption(tr("Cycle through windows within the same snapped zone"), switching));
+    auto* cycling = new QFormLayout();
+    row(cycling, ShortcutNames::cycleWindowNext);
+    row(cycling, ShortcutNames::cycleWindowPrev);
+    switchingLayout->addLayout(cycling);
+    layout->addWidget(switching);
+    layout->addStretch(1);
+}
