@@ -33,14 +33,15 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
 {
     Settings& settings = binder.settings();
     m_layout->setSpacing(6);
+    // Every switch has an Alt+letter of its own: the tab works without a pointer.
 
     m_layout->addWidget(section(tr("Behavior")));
-    m_layout->addWidget(toggle(tr("Launch at login"), Keys::launchAtLogin));
-    m_layout->addWidget(toggle(tr("Hide menubar icon"), Keys::hideMenuBarIcon,
+    m_layout->addWidget(toggle(tr("&Launch at login"), Keys::launchAtLogin));
+    m_layout->addWidget(toggle(tr("&Hide menubar icon"), Keys::hideMenuBarIcon,
         tr("Open %1 from %2 to access these settings").arg(QApplication::applicationName(), reopenPlace)));
-    m_layout->addWidget(toggle(tr("Restore window size on unsnap"), Keys::restoreSizeOnUnsnap));
+    m_layout->addWidget(toggle(tr("&Restore window size on unsnap"), Keys::restoreSizeOnUnsnap));
 
-    m_layout->addWidget(toggle(tr("Automatically span adjacent zones"), Keys::spanAdjancedZones,
+    m_layout->addWidget(toggle(tr("Automatically &span adjacent zones"), Keys::spanAdjancedZones,
         tr("Suggest spanning a window across multiple zones when dragged near the edge of another zone")));
     auto* distance = new CrispValueAdjuster(
         tr("Distance"), {}, [&settings] { return settings.value(Keys::autoSpanDistance); },
@@ -51,8 +52,8 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     binder.showWhile(distance, Keys::spanAdjancedZones);
     m_layout->addWidget(distance);
 
-    m_layout->addWidget(toggle(
-        tr("Gap between zones"), Keys::enableGaps, tr("Sets the gap (default zero, no gap) between windows in zones")));
+    m_layout->addWidget(toggle(tr("&Gap between zones"), Keys::enableGaps,
+        tr("Sets the gap (default zero, no gap) between windows in zones")));
     auto* gap = new CrispValueAdjuster(
         tr("Size"), {}, [&settings] { return settings.value(Keys::gapSize); },
         [&settings](double value) { settings.setValue(Keys::gapSize, value); }, 0, 50, tr("px"), 2.0, true, true, this);
@@ -62,7 +63,7 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     m_layout->addWidget(gap);
 
     m_layout->addWidget(section(tr("Accent and highlight colors")));
-    m_layout->addWidget(toggle(tr("Use system accent color"), Keys::useSystemAccentColor));
+    m_layout->addWidget(toggle(tr("Use system &accent color"), Keys::useSystemAccentColor));
     // One row per colour: its name (and what it is for) on the left, the well on the right.
     const auto well = [&](const ColorKey& key, const QString& title, const QString& description) {
         auto* row = new QHBoxLayout();

@@ -28,10 +28,10 @@ MoreSettingsView::MoreSettingsView(SettingsBinder& binder, const QString& versio
     check->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     connect(check, &QPushButton::clicked, this, &MoreSettingsView::checkForUpdatesRequested);
     updates->addWidget(check);
-    auto* automatic = new QCheckBox(tr("Automatically check for updates"), m_updates);
+    auto* automatic = new QCheckBox(tr("Automatically &check for updates"), m_updates);
     binder.bind(automatic, Keys::automaticUpdates);
     updates->addWidget(automatic);
-    auto* beta = new QCheckBox(tr("Receive beta updates"), m_updates);
+    auto* beta = new QCheckBox(tr("Receive &beta updates"), m_updates);
     binder.bind(beta, Keys::betaUpdates);
     updates->addWidget(beta);
     layout->addWidget(m_updates);

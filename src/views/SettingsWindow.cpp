@@ -12,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -37,6 +38,12 @@ SettingsWindow::SettingsWindow(const Services& services, QWidget* parent)
     m_tabs->addTab(new ShortcutsSettingsView(*m_binder, services.recorderFor, this), tr("Shortcuts"));
     m_tabs->addTab(m_more, tr("More"));
     connect(m_layoutsModel, &LayoutsViewModel::editRequested, this, &SettingsWindow::editRequested);
+    // Ctrl+1 to Ctrl+4 (Command on a Mac) go straight to a tab, whatever has the focus.
+    for (int index = 0; index < m_tabs->count(); ++index) {
+        auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + index)), this);
+        connect(shortcut, &QShortcut::activated, this, [this, index] { m_tabs->setCurrentIndex(index); });
+        m_tabs->setTabToolTip(index, shortcut->key().toString(QKeySequence::NativeText));
+    }
 
     m_quit->setObjectName(QStringLiteral("quit"));
     m_quit->hide();

@@ -78,6 +78,8 @@ ShortcutRecorder::ShortcutRecorder(GlobalShortcuts& shortcuts, const QString& na
     connect(clearAction, &QAction::triggered, &m_model, &ShortcutRecorderModel::clear);
     connect(&m_model, &ShortcutRecorderModel::changed, this, &ShortcutRecorder::showState);
     m_button->installEventFilter(this);
+    // A label's buddy shortcut, and Tab, land on the button.
+    setFocusProxy(m_button);
     showState();
 }
 

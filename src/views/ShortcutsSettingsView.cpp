@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHash>
 #include <QKeySequence>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -52,7 +53,7 @@ ShortcutsSettingsView::ShortcutsSettingsView(
     layout->addWidget(heading(tr("Behavior"), this));
     layout->addWidget(
         caption(tr("Hold %1 while dragging to select multiple zones").arg(keyName(Qt::AltModifier)), this));
-    auto* hold = new QCheckBox(tr("Hold shift while dragging to snap windows"), this);
+    auto* hold = new QCheckBox(tr("Hold shift while &dragging to snap windows"), this);
     binder.bind(hold, Keys::holdShiftToSnap);
     layout->addWidget(hold);
     QLabel* holdText = caption({}, this);
@@ -64,7 +65,7 @@ ShortcutsSettingsView::ShortcutsSettingsView(
                 : tr("Pressing shift while dragging a window will toggle snapping to zones"));
     });
     layout->addWidget(holdText);
-    auto* everyScreen = new QCheckBox(tr("Move and span on every screen"), this);
+    auto* everyScreen = new QCheckBox(tr("&Move and span on every screen"), this);
     binder.bind(everyScreen, Keys::shortcutsOnEveryScreen);
     layout->addWidget(everyScreen);
     QLabel* everyText = caption(tr("Off, moving and spanning work on the main screen only"), this);
@@ -73,9 +74,22 @@ ShortcutsSettingsView::ShortcutsSettingsView(
 
     layout->addWidget(heading(tr("Window movement"), this));
     auto* movement = new QFormLayout();
+    // Each label takes its recorder as buddy: Alt+letter goes to it, Space starts recording.
+    const QHash<QString, QString> labels {
+        {ShortcutNames::cycleWindowLeft, tr("Cycle window &left")},
+        {ShortcutNames::cycleWindowRight, tr("Cycle window &right")},
+        {ShortcutNames::spanWindowLeft, tr("Span window l&eft")},
+        {ShortcutNames::spanWindowRight, tr("Span window righ&t")},
+        {ShortcutNames::cycleWindowNext, tr("Cycle &next window")},
+        {ShortcutNames::cycleWindowPrev, tr("Cycle &previous window")},
+    };
     const auto row = [&](QFormLayout* form, const QString& name) {
-        if (QWidget* recorder = recorderFor(name, this))
-            form->addRow(GlobalShortcuts::displayName(name), recorder);
+        QWidget* recorder = recorderFor(name, this);
+        if (!recorder)
+            return;
+        auto* label = new QLabel(labels.value(name, GlobalShortcuts::displayName(name)), this);
+        label->setBuddy(recorder->focusProxy() ? recorder->focusProxy() : recorder);
+        form->addRow(label, recorder);
     };
     row(movement, ShortcutNames::cycleWindowLeft);
     row(movement, ShortcutNames::cycleWindowRight);

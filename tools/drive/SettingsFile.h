@@ -6,9 +6,10 @@
 
 class Settings;
 
-// The settings file of the program under test, edited only while the program is not
-// running (it reads its file at start-up). Edits go through the real settings store, so
-// they are stored in exactly the form the program expects.
+// The settings file of the program under test. Edits go through the real settings store,
+// so they are stored in exactly the form the program expects, and written atomically as
+// a careful editor would: made while the program runs, they are what another program's
+// edit is to it.
 class SettingsFile final
 {
 public:

@@ -1,0 +1,89 @@
+// The settings window with the real program: a second launch opens it, a switch flipped
+// with the keyboard and a shortcut recorded in it act at once, and the settings file
+// edited by another program while Parqueta runs is obeyed within a second.
+#include "E2EFixture.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace E2E;
+
+namespace {
+
+const QString kTitle = QStringLiteral("Parqueta Settings");
+
+class SettingsWindow : public Fixture
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_NO_FATAL_FAILURE(prepare({WindowManagerKind::Openbox, CompositorKind::None, "openbox"}));
+        ASSERT_NO_FATAL_FAILURE(startParqueta());
+    }
+    // Alt, Ctrl, Shift held around one key, as a user types a combination.
+    void type(std::initializer_list<uint32_t> modifiers, uint32_t key)
+    {
+        XTestInput& input = driver.input();
+        for (uint32_t modifier : modifiers)
+            input.keyDown(modifier);
+        input.tap(key);
+        for (uint32_t modifier : modifiers)
+            input.keyUp(modifier);
+        VirtualDesktop::pump(150);
+    }
+    bool stored(const QString& key, const QJsonValue& value)
+    {
+        return VirtualDesktop::waitUntil([&] {
+            QFile file(ParquetaProcess::settingsPath());
+            return file.open(QIODevice::ReadOnly)
+                && QJsonDocument::fromJson(file.readAll()).object().value(key) == value;
+        });
+    }
+    void readZones()
+    {
+        const std::optional<DesktopZones> read = DesktopZones::read();
+        ASSERT_TRUE(read) << DesktopZones::lastError().toStdString();
+        zones = *read;
+    }
+};
+
+TEST_F(SettingsWindow, OpensOnASecondLaunchAndItsChangesAndTheFilesActAtOnce)
+{
+    const xcb_window_t plain = plainWindow("settings test");
+    EXPECT_EQ(desktop.findWindow({}, kTitle), XCB_WINDOW_NONE) << "started at login: no window by itself";
+    EXPECT_EQ(ParquetaProcess::launchAgain({}), std::optional<int>(0));
+    const xcb_window_t settings = desktop.waitForWindow({}, kTitle);
+    ASSERT_NE(settings, XCB_WINDOW_NONE) << log();
+
+    // "Gap between zones" by its Alt+G, then a drag leaves the default gap of 10.
+    ASSERT_TRUE(driver.activate(settings));
+    type({Keysym::AltL}, 'g');
+    ASSERT_TRUE(stored(QStringLiteral("enableGaps"), true)) << log();
+    ASSERT_NO_FATAL_FAILURE(readZones());
+    EXPECT_EQ(zones.gap(), 10);
+    driver.drag(plain, zones.dropPoint(kLeft, "1"));
+    EXPECT_TRUE(lands(plain, frame(kLeft, "1")));
+
+    // Ctrl+3 to the Shortcuts tab, Alt+R to start recording "Cycle window right", and a
+    // combination of the user's own (not Ctrl+Alt+F<n>: the keymap makes those switch
+    // virtual terminals).
+    ASSERT_TRUE(driver.activate(settings));
+    type({Keysym::ControlL}, '3');
+    type({Keysym::AltL}, 'r');
+    type({Keysym::ControlL, Keysym::AltL}, 'j');
+    ASSERT_TRUE(driver.activate(plain));
+    type({Keysym::ControlL, Keysym::AltL}, 'j');
+    EXPECT_TRUE(lands(plain, frame(kLeft, "2"))) << "the recorded shortcut moves the window\n" << log();
+
+    // Another program sets a wider gap: the next snap uses it.
+    SettingsFile file;
+    ASSERT_TRUE(file.edit([](Settings& s) { s.setValue(Keys::gapSize, 30); }));
+    VirtualDesktop::pump(1000);
+    ASSERT_NO_FATAL_FAILURE(readZones());
+    EXPECT_EQ(zones.gap(), 30);
+    driver.drag(plain, zones.dropPoint(kRight, "1"));
+    EXPECT_TRUE(lands(plain, frame(kRight, "1"))) << log();
+}
+
+} // namespace
