@@ -66,8 +66,8 @@ QString GlobalShortcuts::displayName(const QString& name)
 QString GlobalShortcuts::unavailableNotice(const QString& name, KeyCombination combination)
 {
     return QStringLiteral("The shortcut %1 for \u201c%2\u201d is taken by another program. "
-                          "Choose other keys in Parqueta's Settings, under Shortcuts.")
-        .arg(QKeySequence(combination).toString(QKeySequence::NativeText), displayName(name));
+                          "Click here, or choose other keys in Parqueta's Settings, under Shortcuts.")
+        .arg(KeyCombinations::toDisplayText(combination), displayName(name));
 }
 
 ShortcutResult GlobalShortcuts::registerShortcut(const QString& name, std::optional<KeyCombination> defaultCombination)

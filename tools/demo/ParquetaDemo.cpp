@@ -98,6 +98,32 @@ public:
         screenshot(QStringLiteral("07-shortcut-moved.png"));
 
         editLayout();
+        settingsWindow();
+    }
+
+    // The settings window, opened as launching Parqueta again does: one picture per tab,
+    // reached with Ctrl+1 to Ctrl+4.
+    void settingsWindow()
+    {
+        const std::optional<int> launched = ParquetaProcess::launchAgain({});
+        const xcb_window_t window = launched == std::optional<int>(0)
+            ? m_desktop.waitForWindow({}, QStringLiteral("Parqueta Settings"))
+            : xcb_window_t(XCB_WINDOW_NONE);
+        std::printf("Settings window opened by launching parqueta again: %s\n", window ? "shown" : "NOT SHOWN");
+        if (window == XCB_WINDOW_NONE || !m_driver.activate(window)) {
+            m_failures << QStringLiteral("settings window");
+            return;
+        }
+        const char* names[] = {"11-settings-general.png", "12-settings-layouts.png", "13-settings-shortcuts.png",
+            "14-settings-more.png"};
+        XTestInput& input = m_driver.input();
+        for (int tab = 0; tab < 4; ++tab) {
+            input.keyDown(Keysym::ControlL);
+            input.tap(uint32_t('1' + tab));
+            input.keyUp(Keysym::ControlL);
+            GestureDriver::pump(250);
+            screenshot(QString::fromLatin1(names[tab]), m_desktop.visibleFrame(window).value_or(QRect()));
+        }
     }
 
     // The layout editor of RIGHT, opened the way a second launch does: a click splits
@@ -173,6 +199,13 @@ private:
         };
     }
 
+    void screenshot(const QString& name, const QRect& area)
+    {
+        const QString path = QDir(m_output).filePath(name);
+        const QImage image = RootScreenshot::take();
+        const bool saved = !image.isNull() && area.isValid() && image.copy(area).save(path);
+        std::printf("  screenshot %s: %s\n", qPrintable(path), saved ? "saved" : "FAILED");
+    }
     void screenshot(const QString& name)
     {
         const QString path = m_output + QLatin1Char('/') + name;
