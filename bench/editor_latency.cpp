@@ -33,8 +33,8 @@
 #include "models/SplitNode.h"
 #include "platform/SettingsLocation.h"
 #include "platform/x11/X11Platform.h"
-#include "views/LayoutBordersView.h"
 #include "views/LayoutBordersFlasher.h"
+#include "views/LayoutBordersView.h"
 #include "views/LayoutBordersWindow.h"
 #include "views/ZoneEditorManager.h"
 #include "views/ZoneEditorView.h"
@@ -164,7 +164,9 @@ int main(int argc, char** argv)
     if (!platform)
         return 1;
     Settings settings(createUserSettingsBackend());
-    Application application(*platform, settings, {});
+    Application::Options options;
+    options.launchedAsLoginItem = true; // no settings window over the desktop under test
+    Application application(*platform, settings, options);
     application.start();
     ScreenManager& screens = application.screenManager();
     LayoutManager& layouts = application.layoutManager();
@@ -302,8 +304,7 @@ int main(int argc, char** argv)
             shownIndex = handledIndex;
         };
         const double cpu0 = Bench::threadCpuSeconds();
-        std::thread driver(
-            Bench::driveTimedMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000,
+        std::thread driver(Bench::driveTimedMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000,
             std::ref(sendTimes));
         pump(seconds * 1000);
         stop.store(true);
@@ -325,7 +326,7 @@ int main(int argc, char** argv)
         std::printf("  the last motion %s\n",
             handledIndex >= last && lastSent
                 ? qPrintable(QStringLiteral("handled %1 ms after it was sent")
-                          .arg(Bench::microseconds(*lastSent, lastHandledAt) / 1000, 0, 'f', 1))
+                                 .arg(Bench::microseconds(*lastSent, lastHandledAt) / 1000, 0, 'f', 1))
                 : "never handled");
         std::printf("  backlog: at most %ld motions sent but not yet handled (XTest in flight included)\n", maxBacklog);
         std::printf("  main-thread CPU: %.1f%% of one core, %.1f us per handled motion (repaints included)\n",

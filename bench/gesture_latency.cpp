@@ -175,7 +175,9 @@ int main(int argc, char** argv)
     if (!platform)
         return 1;
     Settings settings(createUserSettingsBackend());
-    Application application(*platform, settings, {});
+    Application::Options options;
+    options.launchedAsLoginItem = true; // no settings window over the desktop under test
+    Application application(*platform, settings, options);
     GlobalInput& input = platform->input();
 
     // Around the application's own handling of every motion event: the first probe is
@@ -304,10 +306,10 @@ int main(int argc, char** argv)
         for (int i = 0; i < reps; ++i) {
             const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
             const long changesBefore = highlightChanges;
-            const std::optional<double> us = qtApp.timeUntilPainted(
-                [&] { xtest.moveTo(qRound(target.center.x()), qRound(target.center.y())); },
-                [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
-                1000);
+            const std::optional<double> us
+                = qtApp.timeUntilPainted([&] { xtest.moveTo(qRound(target.center.x()), qRound(target.center.y())); },
+                    [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
+                    1000);
             if (us)
                 highlightUs.push_back(*us);
             else

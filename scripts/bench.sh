@@ -67,6 +67,8 @@ echo
 echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"
 run "$build/bench/bench_editor" --reps "$reps" --rate 1000 --seconds 3 --idle "$editor_idle"
 run "$build/bench/bench_editor" --reps "$reps" --rate 1000 --seconds 3 --idle "$editor_idle" --compositor 1
+echo "== bench_settings: settings window shown (first and again), memory after closing, idle after"
+run "$build/bench/bench_settings" --reps "$((reps / 2))" --idle "$editor_idle"
 
 echo
 echo "== bench_process: the real parqueta executable (start-up, idle, memory, snaps from outside)"

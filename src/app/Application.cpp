@@ -29,6 +29,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QMenu>
+#include <QPixmapCache>
 #include <QScreen>
 #include <QSystemTrayIcon>
 #include <QTimer>
@@ -172,6 +173,14 @@ SettingsWindow& Application::settingsWindow()
         m_settingsWindow = std::make_unique<SettingsWindow>(services);
         m_settingsWindow->more().setUpdatesAvailable(false, tr("Updates are not checked by this build."));
         connect(m_settingsWindow.get(), &SettingsWindow::quitRequested, this, &Application::quit);
+        // A closed window is let go: it is opened seldom, and its widgets, pictures and
+        // fonts are memory a tray utility should not keep for the rest of the session.
+        connect(m_settingsWindow.get(), &SettingsWindow::closed, this, [this] {
+            if (m_settingsWindow)
+                m_settingsWindow.release()->deleteLater();
+            // Pixmaps the style and the icons cached for it (up to 10 MB) are of no use now.
+            QPixmapCache::clear();
+        });
         connect(m_settingsWindow.get(), &SettingsWindow::editRequested, this,
             [this](const Screen& screen, const std::shared_ptr<Layout>& layout) {
                 m_editors->showEditor(screen, layout);

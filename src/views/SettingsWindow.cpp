@@ -84,3 +84,9 @@ void SettingsWindow::setQuitButtonVisible(bool visible)
 {
     m_quit->setVisible(visible);
 }
+
+void SettingsWindow::closeEvent(QCloseEvent* event)
+{
+    QWidget::closeEvent(event);
+    Q_EMIT closed();
+}

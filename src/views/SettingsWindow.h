@@ -55,7 +55,12 @@ public:
 
 Q_SIGNALS:
     void quitRequested();
+    // The user closed the window (it is only hidden; its owner may let it go).
+    void closed();
     void editRequested(const Screen& screen, const std::shared_ptr<Layout>& layout);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     std::unique_ptr<SettingsBinder> m_binder;
