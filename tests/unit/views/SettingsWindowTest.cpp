@@ -5,6 +5,7 @@
 #include "views/SettingsWindow.h"
 #include "FakePlatform.h"
 #include "TestSupport.h"
+#include "app/StatusMenu.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
 #include "managers/GlobalShortcuts.h"
@@ -18,6 +19,8 @@
 #include "views/ShortcutRecorder.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QMenu>
 
 #include <gtest/gtest.h>
 
@@ -146,6 +149,42 @@ TEST_F(SettingsWindowTest, LayoutsAreAddedActivatedRemovedAndGetShortcutsThatWor
     model.remove(0);
     ASSERT_EQ(model.layouts().size(), 1u) << "the last layout of a screen leaves a single zone";
     EXPECT_EQ(model.layouts().front()->zones().size(), 1u);
+}
+
+} // namespace
+
+namespace {
+
+// The tray menu in its order: the editor, the version, About, updates (disabled without
+// an update service), the community link only with an address, the layouts, Settings
+// with its shortcut, Quit.
+TEST(StatusMenuTest, ItemsInTheirOrder)
+{
+    Settings settings {std::make_unique<MemorySettingsBackend>()};
+    for (const QString& community : {QString(), QStringLiteral("https://example.org/chat")}) {
+        StatusMenu status(settings, community);
+        QStringList items;
+        for (QAction* action : status.menu()->actions()) {
+            if (!action->isVisible())
+                continue;
+            QString item = action->isSeparator() ? QStringLiteral("-") : action->text();
+            if (!action->isEnabled())
+                item += QStringLiteral(" (disabled)");
+            if (!action->shortcut().isEmpty())
+                item += QLatin1Char(' ') + action->shortcut().toString();
+            items << item;
+        }
+        QStringList expected {"Open layout editor…", "-",
+            "Version " + QApplication::applicationVersion() + " (disabled)", "About " + QApplication::applicationName(),
+            "Check for updates… (disabled)"};
+        if (!community.isEmpty())
+            expected << "Join our community";
+        expected << "-"
+                 << "Layouts"
+                 << "Settings… Ctrl+,"
+                 << "Quit";
+        EXPECT_EQ(items, expected);
+    }
 }
 
 } // namespace
