@@ -79,7 +79,9 @@ TEST_F(SettingsWindow, OpensOnASecondLaunchAndItsChangesAndTheFilesActAtOnce)
     // Another program sets a wider gap: the next snap uses it.
     SettingsFile file;
     ASSERT_TRUE(file.edit([](Settings& s) { s.setValue(Keys::gapSize, 30); }));
-    VirtualDesktop::pump(1000);
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] {
+        return m_parqueta->logCount(QStringLiteral("Settings file changed by another program: gapSize")) == 1;
+    })) << log();
     ASSERT_NO_FATAL_FAILURE(readZones());
     EXPECT_EQ(zones.gap(), 30);
     driver.drag(plain, zones.dropPoint(kRight, "1"));

@@ -2,8 +2,11 @@
 // the identity of a monitor from its EDID.
 #include "platform/x11/X11DisplayIdentity.h"
 #include "platform/x11/X11Struts.h"
+#include "platform/x11/XdgAutostartLoginItem.h"
 
+#include <QFile>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -28,15 +31,19 @@ TEST(X11Struts, PanelsShrinkOnlyTheMonitorsTheyReserveSpaceOn)
         QList<X11Strut> struts;
         QRect left, right;
     } rows[] = {
-        {"tint2 at the bottom of RIGHT", {partial({0, 0, 0, 30, 0, 0, 0, 0, 0, 0, 1280, 2559})}, kLeft, {1280, 0, 1280, 1050}},
+        {"tint2 at the bottom of RIGHT", {partial({0, 0, 0, 30, 0, 0, 0, 0, 0, 0, 1280, 2559})}, kLeft,
+            {1280, 0, 1280, 1050}},
         {"legacy strut: the whole root edge", {*X11Strut::fromLegacy({0, 0, 24, 0}, kRoot)}, {0, 24, 1280, 1056},
             {1280, 24, 1280, 1056}},
         {"unset range: the whole edge", {partial({48, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0})}, {48, 0, 1232, 1080}, kRight},
-        {"dock on LEFT's inner edge", {partial({0, 1320, 0, 0, 0, 0, 0, 1079, 0, 0, 0, 0})}, {0, 0, 1240, 1080}, kRight},
-        {"panel on RIGHT's inner edge", {partial({1310, 0, 0, 0, 0, 1079, 0, 0, 0, 0, 0, 0})}, kLeft, {1310, 0, 1250, 1080}},
+        {"dock on LEFT's inner edge", {partial({0, 1320, 0, 0, 0, 0, 0, 1079, 0, 0, 0, 0})}, {0, 0, 1240, 1080},
+            kRight},
+        {"panel on RIGHT's inner edge", {partial({1310, 0, 0, 0, 0, 1079, 0, 0, 0, 0, 0, 0})}, kLeft,
+            {1310, 0, 1250, 1080}},
         {"several panels; a range below the monitors is ignored",
             {partial({0, 0, 0, 30, 0, 0, 0, 0, 0, 0, 0, 1279}), partial({0, 0, 25, 0, 0, 0, 0, 0, 0, 1279, 0, 0}),
-                partial({64, 0, 0, 0, 200, 800, 0, 0, 0, 0, 0, 0}), partial({100, 0, 0, 0, 1080, 1200, 0, 0, 0, 0, 0, 0})},
+                partial({64, 0, 0, 0, 200, 800, 0, 0, 0, 0, 0, 0}),
+                partial({100, 0, 0, 0, 1080, 1200, 0, 0, 0, 0, 0, 0})},
             {64, 25, 1216, 1025}, kRight},
         {"struts that meet leave the monitor whole",
             {*X11Strut::fromLegacy({700, 0, 0, 0}, kRoot), *X11Strut::fromLegacy({0, 2560 - 600, 0, 0}, kRoot)}, kLeft,
@@ -65,7 +72,8 @@ TEST(X11Struts, WorkAreaReservationsWithoutAStrutCountOverThePanelInThem)
         QList<QRect> panels;
         QRect left, right;
     } rows[] = {
-        {"fluxbox: a toolbar on LEFT without a strut", {0, 0, 2560, 1060}, {}, {fluxboxToolbar}, {0, 0, 1280, 1060}, kRight},
+        {"fluxbox: a toolbar on LEFT without a strut", {0, 0, 2560, 1060}, {}, {fluxboxToolbar}, {0, 0, 1280, 1060},
+            kRight},
         {"tint2's strut explains the work area", {0, 0, 2560, 1050},
             {partial({0, 0, 0, 30, 0, 0, 0, 0, 0, 0, 1280, 2559})}, {QRect(1280, 1050, 1280, 30)}, kLeft,
             {1280, 0, 1280, 1050}},
@@ -118,18 +126,21 @@ TEST(X11DisplayIdentity, MonitorsAreKnownByTheirEdidOrElseTheirNameAndNeverChang
         EXPECT_FALSE(parseEdid(bad).has_value());
 
     const QString uuid = uuidForEdid(*parsed, "DP-1");
-    EXPECT_TRUE(QRegularExpression("^[0-9A-F]{8}-[0-9A-F]{4}-5[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}$").match(uuid).hasMatch())
+    EXPECT_TRUE(QRegularExpression("^[0-9A-F]{8}-[0-9A-F]{4}-5[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}$")
+                    .match(uuid)
+                    .hasMatch())
         << uuid.toStdString();
     EXPECT_EQ(uuidForEdid(*parsed, "HDMI-2"), uuid) << "with a serial, the connector does not matter";
     EXPECT_NE(uuidForEdid(*parseEdid(edid(0x12345679)), "DP-1"), uuid);
     EXPECT_NE(uuidForEdid(*parseEdid(edid(0x12345678, "ABC124")), "DP-1"), uuid);
     const Edid anonymous = *parseEdid(edid(0, QByteArray()));
-    EXPECT_NE(uuidForEdid(anonymous, "DP-1"), uuidForEdid(anonymous, "DP-2")) << "without one, the connector tells them apart";
+    EXPECT_NE(uuidForEdid(anonymous, "DP-1"), uuidForEdid(anonymous, "DP-2"))
+        << "without one, the connector tells them apart";
 
     // Two monitors of one model reporting one serial: only the twins take their
     // connectors in, so a monitor without a twin keeps its UUID on any port.
-    std::vector<MonitorIdentity> plugged {{uuid, parsed, "DP-1"}, {uuid, parsed, "HDMI-2"},
-        {uuidForEdid(anonymous, "DP-3"), anonymous, "DP-3"}};
+    std::vector<MonitorIdentity> plugged {
+        {uuid, parsed, "DP-1"}, {uuid, parsed, "HDMI-2"}, {uuidForEdid(anonymous, "DP-3"), anonymous, "DP-3"}};
     separateTwins(plugged);
     EXPECT_NE(plugged[0].uuid, plugged[1].uuid);
     EXPECT_NE(plugged[0].uuid, uuid);
@@ -138,6 +149,33 @@ TEST(X11DisplayIdentity, MonitorsAreKnownByTheirEdidOrElseTheirNameAndNeverChang
     // Stored layouts hang on these values: pinned, so no version changes them.
     EXPECT_EQ(uuidForMonitorName("LEFT"), "0EFD9E5D-51B1-5BD9-92B2-311DC717318B");
     EXPECT_EQ(uuidForMonitorName("RIGHT"), "8640048D-6A3C-551A-9DD4-6F9CE5877356");
+}
+
+// Launch at login on Linux: an XDG autostart entry that starts this executable (its path
+// quoted as the Desktop Entry rules want) as a login item; one the desktop's own settings
+// turned off does not count; turning it off removes it.
+TEST(XdgAutostart, TheEntryIsWrittenQuotedReadAndRemoved)
+{
+    QTemporaryDir home;
+    XdgAutostartLoginItem item(QStringLiteral("/opt/my apps/parqueta"), home.path() + QStringLiteral("/autostart"));
+    QString error;
+    EXPECT_FALSE(item.isEnabled());
+    ASSERT_TRUE(item.setEnabled(true, error)) << error.toStdString();
+    EXPECT_TRUE(item.isEnabled());
+    QFile file(item.entryPath());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString entry = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(entry.startsWith(QStringLiteral("[Desktop Entry]\n"))) << entry.toStdString();
+    EXPECT_TRUE(entry.contains(QStringLiteral("\nExec=\"/opt/my apps/parqueta\" --login-item\n")))
+        << entry.toStdString();
+    file.close();
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write("Hidden=true\n");
+    file.close();
+    EXPECT_FALSE(item.isEnabled()) << "turned off in the desktop's own settings";
+    ASSERT_TRUE(item.setEnabled(false, error));
+    EXPECT_FALSE(QFile::exists(item.entryPath()));
+    EXPECT_TRUE(item.setEnabled(false, error)) << "nothing to remove is no failure";
 }
 
 } // namespace
