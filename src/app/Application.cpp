@@ -129,7 +129,7 @@ void Application::start()
 
     // A bare window manager may have no tray at all: the settings window is then the
     // only way in, and it must be able to quit.
-    const bool trayless = !QSystemTrayIcon::isSystemTrayAvailable() || m_settings.value(Keys::hideMenuBarIcon);
+    const bool trayless = !m_statusMenu->isReachable();
     if (trayless)
         qCInfo(lcApp) << "No tray icon to reach Parqueta by; the settings window carries a Quit button";
     if (!m_options.launchedAsLoginItem) {
@@ -192,7 +192,7 @@ SettingsWindow& Application::settingsWindow()
 void Application::openSettings()
 {
     SettingsWindow& window = settingsWindow();
-    window.setQuitButtonVisible(!m_statusMenu->isIconVisible());
+    window.setQuitButtonVisible(!m_statusMenu->isReachable());
     QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();

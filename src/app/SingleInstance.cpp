@@ -3,10 +3,10 @@
 #include "core/Logging.h"
 
 #include <QCryptographicHash>
-#include <QLocalServer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
 #include <QThread>
@@ -23,8 +23,7 @@ constexpr int kTimeoutMs = 1000;
 SingleInstance::SingleInstance(QString key, QObject* parent)
     : QObject(parent)
     , m_key(std::move(key))
-{
-}
+{ }
 
 SingleInstance::~SingleInstance() = default;
 

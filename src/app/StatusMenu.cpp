@@ -76,6 +76,11 @@ bool StatusMenu::isIconVisible() const
     return m_tray->isVisible();
 }
 
+bool StatusMenu::isReachable() const
+{
+    return m_tray->isVisible() && QSystemTrayIcon::isSystemTrayAvailable();
+}
+
 void StatusMenu::notify(const QString& title, const QString& message)
 {
     qCInfo(lcApp).noquote() << title << "-" << message;

@@ -26,6 +26,9 @@ public:
     void setUpdatesAvailable(bool available);
     // Whether the icon is in the tray now (the user may hide it; a desktop may have no tray).
     bool isIconVisible() const;
+    // Whether the user can reach Parqueta through the tray: a tray runs and the icon is
+    // not hidden.
+    bool isReachable() const;
     // A passing message from the tray icon; logged as well, since not every desktop
     // shows tray messages.
     void notify(const QString& title, const QString& message);

@@ -22,7 +22,7 @@ SettingsWindow::SettingsWindow(const Services& services, QWidget* parent)
     , m_layoutsModel(new LayoutsViewModel(services.layouts, services.screens, this))
     , m_tabs(new QTabWidget(this))
     , m_more(new MoreSettingsView(*m_binder, services.versionText, this))
-    , m_quit(new QPushButton(tr("Quit %1").arg(QApplication::applicationName()), this))
+    , m_quit(new QPushButton(tr("&Quit %1").arg(QApplication::applicationName()), this))
 {
     setObjectName(QStringLiteral("settingsWindow"));
     setWindowTitle(tr("%1 Settings").arg(QApplication::applicationName()));

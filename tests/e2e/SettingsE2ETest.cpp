@@ -7,6 +7,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <sys/wait.h>
+
 using namespace E2E;
 
 namespace {
@@ -86,6 +88,31 @@ TEST_F(SettingsWindow, OpensOnASecondLaunchAndItsChangesAndTheFilesActAtOnce)
     EXPECT_EQ(zones.gap(), 30);
     driver.drag(plain, zones.dropPoint(kRight, "1"));
     EXPECT_TRUE(lands(plain, frame(kRight, "1"))) << log();
+}
+
+} // namespace
+
+namespace {
+
+// A bare window manager with no tray: started by hand, Parqueta opens its settings
+// window at once, and that window's Quit button is the way out.
+TEST_F(Fixture, WithoutATrayTheSettingsWindowOpensAtLaunchAndQuits)
+{
+    ASSERT_NO_FATAL_FAILURE(prepare({WindowManagerKind::Openbox, CompositorKind::None, "openbox_no_tray", -1}));
+    SettingsFile file;
+    file.remove();
+    m_parqueta = std::make_unique<ParquetaProcess>(desktop);
+    m_parqueta->setArguments({});
+    ASSERT_TRUE(m_parqueta->start()) << m_parqueta->lastError().toStdString();
+    const xcb_window_t settings = desktop.waitForWindow({}, kTitle);
+    ASSERT_NE(settings, XCB_WINDOW_NONE) << log();
+    EXPECT_EQ(m_parqueta->logCount(QStringLiteral("the settings window carries a Quit button")), 1) << log();
+    ASSERT_TRUE(driver.activate(settings));
+    driver.input().keyDown(Keysym::AltL);
+    driver.input().tap('q');
+    driver.input().keyUp(Keysym::AltL);
+    EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return !m_parqueta->isRunning(); })) << log();
+    EXPECT_TRUE(WIFEXITED(m_parqueta->waitStatus()) && WEXITSTATUS(m_parqueta->waitStatus()) == 0);
 }
 
 } // namespace
