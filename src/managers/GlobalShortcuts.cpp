@@ -4,6 +4,7 @@
 #include "core/Settings.h"
 
 #include <QHash>
+#include <QUuid>
 #include <QKeySequence>
 
 const BlobMapKey GlobalShortcuts::settingsKey {"shortcuts", "shortcuts-v0"};
@@ -60,6 +61,9 @@ QString GlobalShortcuts::displayName(const QString& name)
         {ShortcutNames::spanWindowLeft, QStringLiteral("Span window left")},
         {ShortcutNames::spanWindowRight, QStringLiteral("Span window right")},
     };
+    // Layouts' shortcuts are named after the layout's UUID, which says nothing to a user.
+    if (!names.contains(name) && !QUuid::fromString(name).isNull())
+        return QStringLiteral("a layout's shortcut");
     return names.value(name, name);
 }
 
@@ -100,6 +104,14 @@ void GlobalShortcuts::disable(const QString& name)
     e.enabled = false;
     release(e);
     e.unavailableReason.clear();
+}
+
+QStringList GlobalShortcuts::names() const
+{
+    QStringList result;
+    for (const auto& [name, entry] : m_entries)
+        result << name;
+    return result;
 }
 
 bool GlobalShortcuts::isEnabled(const QString& name) const

@@ -86,6 +86,8 @@ public:
     // Releases the grab; handlers stay but are not called until enabled again.
     void disable(const QString& name);
     bool isEnabled(const QString& name) const;
+    // Every name used so far: the six and the layouts' own.
+    QStringList names() const;
 
     // The combination in force: the user's choice, else the default; absent when none.
     std::optional<KeyCombination> shortcut(const QString& name) const;

@@ -200,12 +200,11 @@ void ShortcutRecorderModel::stopListening()
 
 void ShortcutRecorderModel::suspendWindowShortcuts()
 {
-    std::vector<QString> names;
-    for (const auto& [name, combination] : GlobalShortcuts::defaultShortcuts(Qt::NoModifier))
-        names.push_back(name);
-    if (std::find(names.begin(), names.end(), m_name) == names.end())
-        names.push_back(m_name);
-    // A shortcut the user had switched off stays off afterwards.
+    // Every shortcut of Parqueta's, the layouts' included, so that pressing one records it
+    // rather than firing it. One the user had switched off stays off afterwards.
+    QStringList names = m_shortcuts.names();
+    if (!names.contains(m_name))
+        names << m_name;
     for (const QString& name : names) {
         if (m_shortcuts.isEnabled(name)) {
             m_shortcuts.disable(name);

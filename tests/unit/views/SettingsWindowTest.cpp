@@ -17,6 +17,7 @@
 #include "views/LayoutsViewModel.h"
 #include "views/MoreSettingsView.h"
 #include "views/ShortcutRecorder.h"
+#include "views/ShortcutRecorderModel.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -143,6 +144,12 @@ TEST_F(SettingsWindowTest, LayoutsAreAddedActivatedRemovedAndGetShortcutsThatWor
     ASSERT_TRUE(shortcuts.setShortcut(model.layouts()[1]->idText(), combination).ok());
     ASSERT_TRUE(hotkeys.press(combination));
     EXPECT_EQ(model.activeIndex(), 1);
+    // While any recorder listens, the layout's keys reach it instead of switching layouts.
+    ShortcutRecorderModel recorder(shortcuts, ShortcutNames::cycleWindowLeft);
+    recorder.startListening();
+    EXPECT_FALSE(hotkeys.press(combination));
+    recorder.cancel();
+    EXPECT_TRUE(hotkeys.press(combination));
 
     while (!model.layouts().empty() && model.layouts().front()->zones().size() != 1)
         model.remove(0);
