@@ -15,10 +15,11 @@ LayoutsViewModel::LayoutsViewModel(LayoutManager& layouts, ScreenManager& screen
 
 void LayoutsViewModel::reloadScreens()
 {
-    const std::optional<Screen> current = screen();
+    // The screen the user was looking at stays chosen while it is connected; at first it
+    // is the one under the pointer, where the window opens.
+    const std::optional<Screen> current = m_screenIndex < 0 ? m_screenManager.screenWithMouse() : screen();
     m_screens = m_screenManager.screens();
     m_screenIndex = m_screens.isEmpty() ? -1 : 0;
-    // The screen the user was looking at stays chosen while it is connected.
     if (current) {
         for (qsizetype i = 0; i < m_screens.size(); ++i) {
             if (m_screens[i].id() == current->id())
