@@ -98,12 +98,25 @@ public:
         screenshot(QStringLiteral("07-shortcut-moved.png"));
 
         editLayout();
-        settingsWindow();
+        settingsWindow("");
+        // The same on a dark desktop: GTK's dark theme, which Qt follows through its GTK
+        // platform theme as it does on a user's GNOME or Xfce desktop.
+        std::printf("Restarting Parqueta on a dark desktop (QT_QPA_PLATFORMTHEME=gtk3, GTK_THEME=Adwaita:dark)\n");
+        qputenv("QT_QPA_PLATFORMTHEME", "gtk3");
+        qputenv("GTK_THEME", "Adwaita:dark");
+        const bool restarted = m_parqueta.terminate() == std::optional<int>(0) && m_parqueta.start();
+        qunsetenv("QT_QPA_PLATFORMTHEME");
+        qunsetenv("GTK_THEME");
+        if (!restarted) {
+            m_failures << QStringLiteral("restart on a dark desktop");
+            return;
+        }
+        settingsWindow("-dark");
     }
 
     // The settings window, opened as launching Parqueta again does: one picture per tab,
-    // reached with Ctrl+1 to Ctrl+4.
-    void settingsWindow()
+    // reached with Ctrl+1 to Ctrl+4, named with variant ("-dark").
+    void settingsWindow(const char* variant)
     {
         const std::optional<int> launched = ParquetaProcess::launchAgain({});
         const xcb_window_t window = launched == std::optional<int>(0)
@@ -114,15 +127,16 @@ public:
             m_failures << QStringLiteral("settings window");
             return;
         }
-        const char* names[] = {"11-settings-general.png", "12-settings-layouts.png", "13-settings-shortcuts.png",
-            "14-settings-more.png"};
+        const char* names[]
+            = {"11-settings-general", "12-settings-layouts", "13-settings-shortcuts", "14-settings-more"};
         XTestInput& input = m_driver.input();
         for (int tab = 0; tab < 4; ++tab) {
             input.keyDown(Keysym::ControlL);
             input.tap(uint32_t('1' + tab));
             input.keyUp(Keysym::ControlL);
             GestureDriver::pump(250);
-            screenshot(QString::fromLatin1(names[tab]), m_desktop.visibleFrame(window).value_or(QRect()));
+            screenshot(QString::fromLatin1(names[tab]) + QString::fromLatin1(variant) + QStringLiteral(".png"),
+                m_desktop.visibleFrame(window).value_or(QRect()));
         }
     }
 
