@@ -22,5 +22,7 @@ std::optional<KeyCombination> fromText(const QString& text);
 QString toDisplayText(KeyCombination combination);
 // The modifiers alone, in the same order and names ("Ctrl+Alt"); empty for none.
 QString modifiersDisplayText(Qt::KeyboardModifiers modifiers);
+// The modifier a modifier key stands for (AltGr counts as Alt); none for other keys.
+Qt::KeyboardModifier modifierOfKey(int key);
 
 } // namespace KeyCombinations

@@ -4,27 +4,13 @@
 #include "views/ColorWell.h"
 #include "views/CrispValueAdjuster.h"
 #include "views/SettingsBinder.h"
+#include "views/SettingsText.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
-
-namespace {
-
-QLabel* caption(const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setWordWrap(true);
-    label->setForegroundRole(QPalette::PlaceholderText);
-    QFont font = label->font();
-    font.setPointSizeF(font.pointSizeF() * 0.9);
-    label->setFont(font);
-    return label;
-}
-
-} // namespace
 
 GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& reopenPlace, QWidget* parent)
     : QWidget(parent)
@@ -35,7 +21,7 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     m_layout->setSpacing(6);
     // Every switch has an Alt+letter of its own: the tab works without a pointer.
 
-    m_layout->addWidget(section(tr("Behavior")));
+    m_layout->addWidget(SettingsText::heading(tr("Behavior"), this));
     m_layout->addWidget(toggle(tr("&Launch at login"), Keys::launchAtLogin));
     m_layout->addWidget(toggle(tr("&Hide menubar icon"), Keys::hideMenuBarIcon,
         tr("Open %1 from %2 to access these settings").arg(QApplication::applicationName(), reopenPlace)));
@@ -62,7 +48,7 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     binder.showWhile(gap, Keys::enableGaps);
     m_layout->addWidget(gap);
 
-    m_layout->addWidget(section(tr("Accent and highlight colors")));
+    m_layout->addWidget(SettingsText::heading(tr("Accent and highlight colors"), this));
     m_layout->addWidget(toggle(tr("Use system &accent color"), Keys::useSystemAccentColor));
     // One row per colour: its name (and what it is for) on the left, the well on the right.
     const auto well = [&](const ColorKey& key, const QString& title, const QString& description) {
@@ -71,7 +57,7 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
         text->setSpacing(0);
         text->addWidget(new QLabel(title, this));
         if (!description.isEmpty())
-            text->addWidget(caption(description, this));
+            text->addWidget(SettingsText::caption(description, this));
         row->addLayout(text, 1);
         auto* colorWell = new ColorWell(settings, key, title, this);
         binder.follow(key.name, [colorWell] { colorWell->refresh(); });
@@ -81,22 +67,12 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     well(Keys::customAccentColor, tr("Custom accent color"), tr("Used for window borders and resizing handles"));
     well(Keys::zoneHighlightColor, tr("Custom highlight color"), tr("Used for highlighting zones"));
 
-    m_layout->addWidget(section(tr("Layout and zone colors")));
+    m_layout->addWidget(SettingsText::heading(tr("Layout and zone colors"), this));
     well(Keys::zoneTextLightColor, tr("Light scheme text color"), {});
     well(Keys::zoneTextDarkColor, tr("Dark scheme text color"), {});
     well(Keys::zoneBackgroundLightColor, tr("Light scheme background color"), {});
     well(Keys::zoneBackgroundDarkColor, tr("Dark scheme background color"), {});
     m_layout->addStretch(1);
-}
-
-QWidget* GeneralSettingsView::section(const QString& title)
-{
-    auto* label = new QLabel(title, this);
-    QFont font = label->font();
-    font.setBold(true);
-    label->setFont(font);
-    label->setContentsMargins(0, 10, 0, 2);
-    return label;
 }
 
 QWidget* GeneralSettingsView::toggle(const QString& label, const BoolKey& key, const QString& description)
@@ -109,7 +85,7 @@ QWidget* GeneralSettingsView::toggle(const QString& label, const BoolKey& key, c
     m_binder.bind(check, key);
     layout->addWidget(check);
     if (!description.isEmpty()) {
-        QLabel* text = caption(description, box);
+        QLabel* text = SettingsText::caption(description, box);
         text->setContentsMargins(24, 0, 0, 0);
         layout->addWidget(text);
     }

@@ -20,7 +20,6 @@ public:
 
 private:
     QWidget* toggle(const QString& label, const BoolKey& key, const QString& description = {});
-    QWidget* section(const QString& title);
 
     SettingsBinder& m_binder;
     QVBoxLayout* m_layout;

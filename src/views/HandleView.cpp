@@ -41,7 +41,8 @@ void HandleView::paint(QPainter& painter, const QRectF& rect) const
         const QPointF c = upright ? QPointF(rect.center().x(), rect.top() + step * i)
                                   : QPointF(rect.left() + step * i, rect.center().y());
         // Each capsule lies across the handle, like the grip of a slider.
-        const QSizeF s = upright ? QSizeF(kCapsuleLength, kCapsuleThickness) : QSizeF(kCapsuleThickness, kCapsuleLength);
+        const QSizeF s
+            = upright ? QSizeF(kCapsuleLength, kCapsuleThickness) : QSizeF(kCapsuleThickness, kCapsuleLength);
         painter.drawRoundedRect(QRectF(c.x() - s.width() / 2, c.y() - s.height() / 2, s.width(), s.height()),
             kCapsuleThickness / 2, kCapsuleThickness / 2);
     }

@@ -40,7 +40,8 @@ LayoutBordersWindow* LayoutBordersFlasher::flash(const std::shared_ptr<Layout>& 
         }
     }
     if (!window) {
-        std::unique_ptr<LayoutBordersWindow> made = LayoutBordersWindow::create(layout, m_screens, m_settings, m_effects);
+        std::unique_ptr<LayoutBordersWindow> made
+            = LayoutBordersWindow::create(layout, m_screens, m_settings, m_effects);
         if (!made)
             return nullptr;
         window = made.get();

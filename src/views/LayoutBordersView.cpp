@@ -43,7 +43,8 @@ QRectF LayoutBordersView::toView(const QRectF& layoutRect) const
 
 QRegion LayoutBordersView::paintedRegion() const
 {
-    QRegion region = QRegion(rect()) - QRegion(rect().adjusted(kOutlineWidth, kOutlineWidth, -kOutlineWidth, -kOutlineWidth));
+    QRegion region
+        = QRegion(rect()) - QRegion(rect().adjusted(kOutlineWidth, kOutlineWidth, -kOutlineWidth, -kOutlineWidth));
     if (m_layout) {
         for (const SplitBorder& border : m_layout->borders())
             region += toView(border.rect).toAlignedRect().adjusted(-1, -1, 1, 1);

@@ -2,6 +2,7 @@
 
 #include "models/Zone.h"
 #include "views/LayoutsViewModel.h"
+#include "views/SettingsText.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -63,10 +64,7 @@ LayoutsSettingsView::LayoutsSettingsView(LayoutsViewModel& model, RecorderFactor
     buttons->addStretch(1);
     buttons->addWidget(add);
     layout->addLayout(buttons);
-    auto* prompt = new QLabel(tr("Press a key combination to set a shortcut for this layout."), this);
-    prompt->setWordWrap(true);
-    prompt->setForegroundRole(QPalette::PlaceholderText);
-    layout->addWidget(prompt);
+    layout->addWidget(SettingsText::caption(tr("Press a key combination to set a shortcut for this layout."), this));
     layout->addLayout(m_shortcutBox);
 
     connect(m_screens, &QComboBox::currentIndexChanged, this, [this](int index) {

@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "views/SettingsBinder.h"
+#include "views/SettingsText.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -15,11 +16,7 @@ MoreSettingsView::MoreSettingsView(SettingsBinder& binder, const QString& versio
     , m_note(new QLabel(this))
 {
     auto* layout = new QVBoxLayout(this);
-    auto* title = new QLabel(tr("Updates"), this);
-    QFont bold = title->font();
-    bold.setBold(true);
-    title->setFont(bold);
-    layout->addWidget(title);
+    layout->addWidget(SettingsText::heading(tr("Updates"), this));
 
     auto* updates = new QVBoxLayout(m_updates);
     updates->setContentsMargins(0, 0, 0, 0);

@@ -14,22 +14,10 @@ ShortcutRecorderModel* listeningRecorder = nullptr;
 constexpr Qt::KeyboardModifiers shortcutModifiers
     = Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier | Qt::MetaModifier;
 
+// AltGr picks a key's third level on this keyboard: no shortcut modifier.
 Qt::KeyboardModifiers modifierOf(Qt::Key key)
 {
-    switch (key) {
-    case Qt::Key_Control:
-        return Qt::ControlModifier;
-    case Qt::Key_Alt:
-        return Qt::AltModifier;
-    case Qt::Key_Shift:
-        return Qt::ShiftModifier;
-    case Qt::Key_Meta:
-    case Qt::Key_Super_L:
-    case Qt::Key_Super_R:
-        return Qt::MetaModifier;
-    default:
-        return Qt::NoModifier;
-    }
+    return key == Qt::Key_AltGr ? Qt::NoModifier : Qt::KeyboardModifiers(KeyCombinations::modifierOfKey(key));
 }
 
 bool isModifierKey(Qt::Key key)

@@ -2,46 +2,16 @@
 
 #include "core/Settings.h"
 #include "managers/GlobalShortcuts.h"
+#include "platform/KeyCombination.h"
 #include "views/SettingsBinder.h"
+#include "views/SettingsText.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHash>
-#include <QKeySequence>
 #include <QLabel>
 #include <QVBoxLayout>
-
-namespace {
-
-QLabel* caption(const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setWordWrap(true);
-    label->setForegroundRole(QPalette::PlaceholderText);
-    return label;
-}
-
-QLabel* heading(const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    QFont font = label->font();
-    font.setBold(true);
-    label->setFont(font);
-    label->setContentsMargins(0, 8, 0, 2);
-    return label;
-}
-
-// The desktop's own name for a modifier: "Alt" here, the Option symbol on a Mac.
-QString keyName(Qt::KeyboardModifier modifier)
-{
-    QString name = QKeySequence(modifier).toString(QKeySequence::NativeText);
-    if (name.endsWith(QLatin1Char('+')))
-        name.chop(1);
-    return name;
-}
-
-} // namespace
 
 ShortcutsSettingsView::ShortcutsSettingsView(
     SettingsBinder& binder, const RecorderFactory& recorderFor, QWidget* parent)
@@ -50,13 +20,14 @@ ShortcutsSettingsView::ShortcutsSettingsView(
     Settings& settings = binder.settings();
     auto* layout = new QVBoxLayout(this);
 
-    layout->addWidget(heading(tr("Behavior"), this));
-    layout->addWidget(
-        caption(tr("Hold %1 while dragging to select multiple zones").arg(keyName(Qt::AltModifier)), this));
+    layout->addWidget(SettingsText::heading(tr("Behavior"), this));
+    layout->addWidget(SettingsText::caption(tr("Hold %1 while dragging to select multiple zones")
+                                                .arg(KeyCombinations::modifiersDisplayText(Qt::AltModifier)),
+        this));
     auto* hold = new QCheckBox(tr("Hold shift while &dragging to snap windows"), this);
     binder.bind(hold, Keys::holdShiftToSnap);
     layout->addWidget(hold);
-    QLabel* holdText = caption({}, this);
+    QLabel* holdText = SettingsText::caption({}, this);
     holdText->setContentsMargins(24, 0, 0, 0);
     holdText->setObjectName(QStringLiteral("holdShiftToSnapDescription"));
     binder.follow(Keys::holdShiftToSnap.name, [holdText, &settings] {
@@ -68,11 +39,11 @@ ShortcutsSettingsView::ShortcutsSettingsView(
     auto* everyScreen = new QCheckBox(tr("&Move and span on every screen"), this);
     binder.bind(everyScreen, Keys::shortcutsOnEveryScreen);
     layout->addWidget(everyScreen);
-    QLabel* everyText = caption(tr("Off, moving and spanning work on the main screen only"), this);
+    QLabel* everyText = SettingsText::caption(tr("Off, moving and spanning work on the main screen only"), this);
     everyText->setContentsMargins(24, 0, 0, 0);
     layout->addWidget(everyText);
 
-    layout->addWidget(heading(tr("Window movement"), this));
+    layout->addWidget(SettingsText::heading(tr("Window movement"), this));
     auto* movement = new QFormLayout();
     // Each label takes its recorder as buddy: Alt+letter goes to it, Space starts recording.
     const QHash<QString, QString> labels {
@@ -99,7 +70,8 @@ ShortcutsSettingsView::ShortcutsSettingsView(
 
     auto* switching = new QGroupBox(tr("Window switching"), this);
     auto* switchingLayout = new QVBoxLayout(switching);
-    switchingLayout->addWidget(caption(tr("Cycle through windows within the same snapped zone"), switching));
+    switchingLayout->addWidget(
+        SettingsText::caption(tr("Cycle through windows within the same snapped zone"), switching));
     auto* cycling = new QFormLayout();
     row(cycling, ShortcutNames::cycleWindowNext);
     row(cycling, ShortcutNames::cycleWindowPrev);

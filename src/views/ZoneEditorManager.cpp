@@ -108,8 +108,8 @@ ZoneEditorWindow* ZoneEditorManager::editorFor(const Screen& screen) const
 void ZoneEditorManager::windowWillClose(ZoneEditorWindow* window)
 {
     unregisterCloseWindowMonitor();
-    const auto it = std::find_if(
-        m_instances.begin(), m_instances.end(), [window](const auto& entry) { return entry.second.window.get() == window; });
+    const auto it = std::find_if(m_instances.begin(), m_instances.end(),
+        [window](const auto& entry) { return entry.second.window.get() == window; });
     if (it == m_instances.end())
         return;
     const Screen screen = it->first;

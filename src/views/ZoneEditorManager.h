@@ -25,8 +25,8 @@ class ZoneEditorManager final : public QObject
     Q_OBJECT
 
 public:
-    ZoneEditorManager(LayoutManager& layouts, ScreenManager& screens, Settings& settings,
-        const DesktopEffects& effects, QObject* parent = nullptr);
+    ZoneEditorManager(LayoutManager& layouts, ScreenManager& screens, Settings& settings, const DesktopEffects& effects,
+        QObject* parent = nullptr);
     ~ZoneEditorManager() override;
 
     // Opens the editor for the screen, or shows the open one again with this layout.

@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "models/Layout.h"
+#include "platform/KeyCombination.h"
 #include "views/BorderView.h"
 #include "views/HandleView.h"
 #include "views/LineView.h"
@@ -13,8 +14,8 @@
 #include <QKeyEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QPaintEvent>
+#include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
 
@@ -150,10 +151,7 @@ QRectF ZoneEditorView::resetButtonRect() const
 QString ZoneEditorView::hintText()
 {
     // The desktop's own name for the key: "Alt" here, the Option symbol on a Mac.
-    QString alt = QKeySequence(Qt::AltModifier).toString(QKeySequence::NativeText);
-    if (alt.endsWith(QLatin1Char('+')))
-        alt.chop(1);
-    return tr("Hold %1 for horizontal split").arg(alt);
+    return tr("Hold %1 for horizontal split").arg(KeyCombinations::modifiersDisplayText(Qt::AltModifier));
 }
 
 QRectF ZoneEditorView::hintRect() const
@@ -381,7 +379,8 @@ void ZoneEditorView::paintEvent(QPaintEvent* event)
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.setPen(QPen(accent, kOutlineWidth));
     painter.setBrush(Qt::NoBrush);
-    painter.drawRect(QRectF(rect()).adjusted(kOutlineWidth / 2, kOutlineWidth / 2, -kOutlineWidth / 2, -kOutlineWidth / 2));
+    painter.drawRect(
+        QRectF(rect()).adjusted(kOutlineWidth / 2, kOutlineWidth / 2, -kOutlineWidth / 2, -kOutlineWidth / 2));
     if (!layout)
         return;
 
@@ -427,9 +426,8 @@ void ZoneEditorView::paintEvent(QPaintEvent* event)
                                     .arg(int(handle.focused));
             const QSize size = handleAt.size().toSize() + QSize(2 * kRing, 2 * kRing);
             painter.drawPixmap(handleAt.topLeft() - QPointF(kRing, kRing),
-                sprite(key, size, [&](QPainter& p, const QRectF& r) {
-                    handle.paint(p, r.adjusted(kRing, kRing, -kRing, -kRing));
-                }));
+                sprite(key, size,
+                    [&](QPainter& p, const QRectF& r) { handle.paint(p, r.adjusted(kRing, kRing, -kRing, -kRing)); }));
         }
         const QRectF del = deleteRect(border);
         if (dirty.intersects(del.toAlignedRect().adjusted(-2, -2, 2, 2))) {

@@ -76,7 +76,8 @@ private:
     void splitLineMoved();
     // Decorations drawn once per look and reused: with 64 zones there are 63 handles and
     // delete controls in every frame of a border drag.
-    const QPixmap& sprite(const QString& key, QSize size, const std::function<void(QPainter&, const QRectF&)>& draw) const;
+    const QPixmap& sprite(
+        const QString& key, QSize size, const std::function<void(QPainter&, const QRectF&)>& draw) const;
     void paintLabels(QPainter& painter) const;
 
     ZoneEditorViewModel& m_viewModel;

@@ -46,7 +46,8 @@ public:
         friend bool operator==(const FocusItem&, const FocusItem&) = default;
     };
 
-    ZoneEditorViewModel(Screen screen, std::shared_ptr<Layout> layout, ScreenManager& screens, QObject* parent = nullptr);
+    ZoneEditorViewModel(
+        Screen screen, std::shared_ptr<Layout> layout, ScreenManager& screens, QObject* parent = nullptr);
     ~ZoneEditorViewModel() override;
 
     const Screen& screen() const { return m_screen; }

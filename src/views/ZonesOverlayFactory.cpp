@@ -94,8 +94,7 @@ std::unique_ptr<OverlayWindow> ZonesOverlayFactory::createOverlay(const Screen& 
     if (ZonesWindow* kept = takeKept(screen, layout, pixels))
         return std::make_unique<ZonesOverlay>(kept, *this);
     auto viewModel = std::make_unique<ZonesViewModel>(screen, std::move(layout), *m_engine, m_settings, m_screens);
-    return std::make_unique<ZonesOverlay>(
-        new ZonesWindow(std::move(viewModel), pixels, m_settings, m_effects), *this);
+    return std::make_unique<ZonesOverlay>(new ZonesWindow(std::move(viewModel), pixels, m_settings, m_effects), *this);
 }
 
 int ZonesOverlayFactory::keptCount() const

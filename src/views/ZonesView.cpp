@@ -230,8 +230,8 @@ QPainterPath ZonesView::numberPath(const Zone& zone, const QRectF& frame) const
 QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const
 {
     const QPainterPath path = numberPath(zone, frame);
-    const QRect bounds = path.boundingRect().adjusted(-kNumberOutline - 1, -kNumberOutline - 1, kNumberOutline + 1,
-                                             kNumberOutline + 1)
+    const QRect bounds = path.boundingRect()
+                             .adjusted(-kNumberOutline - 1, -kNumberOutline - 1, kNumberOutline + 1, kNumberOutline + 1)
                              .toAlignedRect();
     if (bounds.isEmpty())
         return {};

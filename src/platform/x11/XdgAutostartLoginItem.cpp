@@ -7,8 +7,8 @@
 
 namespace {
 
-// Exec quoting of the Desktop Entry specification: a path with reserved characters goes
-// in double quotes, with ", `, $ and \ escaped by a backslash.
+// How a desktop entry's Exec line quotes a path: one with reserved characters goes in
+// double quotes, with ", `, $ and \ escaped by a backslash.
 QString quotedForExec(const QString& path)
 {
     static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");

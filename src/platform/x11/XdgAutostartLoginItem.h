@@ -5,8 +5,8 @@
 #include <QString>
 
 // An XDG autostart entry, $XDG_CONFIG_HOME/autostart/<id>.desktop, that starts this
-// executable with --login-item (so no window opens by itself). Desktops that follow the
-// XDG Autostart specification (GNOME, KDE, Xfce, LXQt, and session starters of bare
+// executable with --login-item (so no window opens by itself). Desktops that start the
+// programs of that directory (GNOME, KDE, Xfce, LXQt, and session starters of bare
 // window managers such as dex) read it at login.
 class XdgAutostartLoginItem final : public LoginItemService
 {
