@@ -17,6 +17,8 @@
 #include "platform/LoginItemService.h"
 #include "platform/Platform.h"
 #include "views/AboutWindow.h"
+#include "views/DebugWindow.h"
+#include "views/OnboardingWindow.h"
 #include "views/LayoutBordersFlasher.h"
 #include "views/LayoutsSettingsView.h"
 #include "views/MoreSettingsView.h"
@@ -114,10 +116,10 @@ void Application::start()
     if (!m_platform.hasWindowControlPermission())
         qCWarning(lcApp) << "Parqueta may not control other applications' windows yet; snapping waits for the grant";
 
-    if (m_settings.value(Keys::firstRun)) {
+    const bool firstRun = m_settings.value(Keys::firstRun);
+    if (firstRun) {
         qCInfo(lcApp) << "First run: installing the preset layouts";
         m_layouts->setDefaultLayouts();
-        m_settings.setValue(Keys::firstRun, false);
     }
 
     connect(m_screens.get(), &ScreenManager::displayReconfiguration, this, &Application::handleDisplayReconfiguration);
@@ -137,6 +139,39 @@ void Application::start()
     } else if (trayless) {
         qCInfo(lcApp) << "Started at login without a tray icon: launch Parqueta again to open its settings";
     }
+    // The guide comes last, so it stands in front of the settings window.
+    if (firstRun && m_options.showOnboarding) {
+        openOnboarding();
+    } else if (firstRun) {
+        m_settings.setValue(Keys::firstRun, false);
+        m_settings.sync();
+    }
+}
+
+void Application::openOnboarding()
+{
+    if (!m_onboarding) {
+        m_onboarding = std::make_unique<OnboardingWindow>(*m_layouts, *m_screens, *m_shortcuts, m_statusMenu->isReachable());
+        // Let go once closed: a guide is read once.
+        connect(m_onboarding.get(), &OnboardingWindow::closed, this, [this] {
+            if (m_onboarding)
+                m_onboarding.release()->deleteLater();
+        });
+    }
+    m_onboarding->present();
+    // Written as soon as the guide shows, so a crash during it does not show it again.
+    m_settings.setValue(Keys::firstRun, false);
+    m_settings.sync();
+}
+
+void Application::openDebugWindow()
+{
+    if (!m_debugWindow) {
+        DebugViewModel::Sources sources {*m_screens, *m_layouts, *m_zones, *m_windows, *m_gestureMonitor,
+            *m_dragMonitor, *m_shortcuts, [this] { return m_platform.desktopFacts(); }};
+        m_debugWindow = std::make_unique<DebugWindow>(sources);
+    }
+    m_debugWindow->present();
 }
 
 void Application::giveEveryScreenALayout()
@@ -250,8 +285,11 @@ void Application::flashLayoutBorders(const std::shared_ptr<Layout>& layout)
 
 void Application::showAbout()
 {
-    if (!m_about)
-        m_about = std::make_unique<AboutWindow>();
+    if (!m_about) {
+        m_about = std::make_unique<AboutWindow>(
+            AboutWindow::Details {m_options.versionText, m_settings.location(), Logging::logFilePath()});
+        connect(m_about.get(), &AboutWindow::debugWindowRequested, this, &Application::openDebugWindow);
+    }
     m_about->present();
 }
 
@@ -287,6 +325,9 @@ void Application::shutDown()
     m_editors->closeAll();
     if (m_settingsWindow)
         m_settingsWindow->hide();
+    // The debug window reads the engine; it goes before the engine does.
+    m_debugWindow.reset();
+    m_onboarding.reset();
     m_zones->removeOverlayWindows();
     m_gestureMonitor->stopMonitoring();
     m_zoneMonitor->stopMonitoring();

@@ -34,6 +34,8 @@ public:
     {
         // Started by the session at login: no window opens by itself.
         bool launchedAsLoginItem = false;
+        // The first run shows its guide; off, it only installs the presets.
+        bool showOnboarding = true;
         // The tray's community link; the item is hidden while empty.
         QString communityUrl;
         // "0.1.0 (57)", with "-beta" for a pre-release build.
@@ -52,6 +54,10 @@ public:
     void openEditorUnderPointer();
     // The settings window in front, focused, centred on the screen under the pointer.
     void openSettings();
+    // The engine's state, live, with "Why won't this window snap?".
+    void openDebugWindow();
+    // The first-run guide (shown by start() on the first run only).
+    void openOnboarding();
     // Overlays gone, monitors stopped, grabs released, settings flushed; then the event
     // loop ends. Safe to call more than once.
     void quit();
@@ -60,6 +66,8 @@ public:
     LayoutManager& layoutManager() const { return *m_layouts; }
     ZoneManager& zoneManager() const { return *m_zones; }
     ZoneEditorManager& editorManager() const { return *m_editors; }
+    // Open now, or null.
+    class OnboardingWindow* onboardingWindow() const { return m_onboarding.get(); }
 
 private:
     void shutDown();
@@ -95,6 +103,8 @@ private:
     std::unique_ptr<StatusMenu> m_statusMenu;
     std::unique_ptr<AboutWindow> m_about;
     std::unique_ptr<class SettingsWindow> m_settingsWindow;
+    std::unique_ptr<class OnboardingWindow> m_onboarding;
+    std::unique_ptr<class DebugWindow> m_debugWindow;
     // The last notice was about shortcuts: clicking it opens their tab.
     bool m_noticeIsAboutShortcuts = false;
 };

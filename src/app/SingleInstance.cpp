@@ -16,6 +16,7 @@
 namespace {
 const QByteArray kReopen = QByteArrayLiteral("reopen\n");
 const QByteArray kEditLayout = QByteArrayLiteral("edit-layout\n");
+const QByteArray kDebugWindow = QByteArrayLiteral("debug-window\n");
 const QByteArray kAcknowledged = QByteArrayLiteral("ok\n");
 constexpr int kTimeoutMs = 1000;
 } // namespace
@@ -73,7 +74,9 @@ bool SingleInstance::tryNotify(Request request)
     socket.connectToServer(m_key);
     if (!socket.waitForConnected(kTimeoutMs))
         return false;
-    socket.write(request == Request::editLayout ? kEditLayout : kReopen);
+    socket.write(request == Request::editLayout ? kEditLayout
+            : request == Request::debugWindow    ? kDebugWindow
+                                                 : kReopen);
     if (!socket.waitForBytesWritten(kTimeoutMs))
         return false;
     // Wait for the answer so a dead listener whose socket file lingers is not mistaken
@@ -108,11 +111,13 @@ void SingleInstance::acceptConnections()
             if (!socket->canReadLine())
                 return;
             const QByteArray line = socket->readLine();
-            if (line == kReopen || line == kEditLayout) {
+            if (line == kReopen || line == kEditLayout || line == kDebugWindow) {
                 socket->write(kAcknowledged);
                 socket->flush();
                 if (line == kEditLayout)
                     Q_EMIT editLayoutRequested();
+                else if (line == kDebugWindow)
+                    Q_EMIT debugWindowRequested();
                 else
                     Q_EMIT reopenRequested();
             } else {

@@ -22,7 +22,7 @@ public:
     ~SingleInstance() override;
 
     // What a later launch asks of the running instance.
-    enum class Request { reopen, editLayout };
+    enum class Request { reopen, editLayout, debugWindow };
 
     // How long a launch that lost the claim waits for the winner to start listening.
     static constexpr int kStartUpWaitMs = 10000;
@@ -43,6 +43,8 @@ Q_SIGNALS:
     void reopenRequested();
     // A later launch with --edit-layout: open the zone editor under the pointer.
     void editLayoutRequested();
+    // A later launch with --debug-window.
+    void debugWindowRequested();
 
 private:
     void acceptConnections();

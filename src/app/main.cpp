@@ -18,6 +18,8 @@ struct LaunchOptions
 {
     bool loginItem = false;
     bool editLayout = false;
+    bool debugWindow = false;
+    bool noOnboarding = false;
 };
 
 void nameTheApplication()
@@ -43,8 +45,17 @@ LaunchOptions parseOptions(int argc, char** argv)
         QStringLiteral("Open the layout editor for the screen under the pointer (of the running Parqueta, "
                        "or of this one)."));
     parser.addOption(editLayout);
+    const QCommandLineOption debugWindow(QStringLiteral("debug-window"),
+        QStringLiteral("Open the debug window, which shows what Parqueta sees: screens, layouts, snapped windows, "
+                       "shortcuts and the desktop (of the running Parqueta, or of this one)."));
+    parser.addOption(debugWindow);
+    const QCommandLineOption noOnboarding(QStringLiteral("no-onboarding"),
+        QStringLiteral("On the first run, install the preset layouts without showing the welcome guide (for "
+                       "prepared installations)."));
+    parser.addOption(noOnboarding);
     parser.process(probe);
-    return LaunchOptions {parser.isSet(loginItem), parser.isSet(editLayout)};
+    return LaunchOptions {
+        parser.isSet(loginItem), parser.isSet(editLayout), parser.isSet(debugWindow), parser.isSet(noOnboarding)};
 }
 
 } // namespace
@@ -66,8 +77,9 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(AppIcon::icon());
 
     SingleInstance instance;
-    const SingleInstance::Request request
-        = launch.editLayout ? SingleInstance::Request::editLayout : SingleInstance::Request::reopen;
+    const SingleInstance::Request request = launch.editLayout ? SingleInstance::Request::editLayout
+        : launch.debugWindow                                  ? SingleInstance::Request::debugWindow
+                                                              : SingleInstance::Request::reopen;
     if (!instance.claim()) {
         // Another launch of this session holds it; it may still be starting up.
         if (instance.notifyRunningInstance(request, SingleInstance::kStartUpWaitMs)) {
@@ -78,6 +90,11 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    // Only the instance that runs writes the log file: a launch that hands its request
+    // on would otherwise rotate the running one's file from under it.
+    if (!Logging::logToFile(userLogFilePath()))
+        qCWarning(lcApp) << "Cannot write the log file" << userLogFilePath() << "; logging to the console only";
+
     std::unique_ptr<Platform> platform = createPlatform();
     if (!platform) {
         qCCritical(lcApp) << "Cannot reach the windowing system; is DISPLAY set to a running X server?";
@@ -87,6 +104,7 @@ int main(int argc, char** argv)
 
     Application::Options options;
     options.launchedAsLoginItem = launch.loginItem;
+    options.showOnboarding = !launch.noOnboarding;
     options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
     options.versionText
         = QStringLiteral("%1%2 (%3)")
@@ -98,6 +116,7 @@ int main(int argc, char** argv)
     QObject::connect(&instance, &SingleInstance::reopenRequested, &application, &Application::reopen);
     QObject::connect(
         &instance, &SingleInstance::editLayoutRequested, &application, &Application::openEditorUnderPointer);
+    QObject::connect(&instance, &SingleInstance::debugWindowRequested, &application, &Application::openDebugWindow);
     UnixSignals signals;
     QObject::connect(&signals, &UnixSignals::terminationRequested, &application, &Application::quit);
     platform->setConnectionLostHandler([&application] {
@@ -111,5 +130,7 @@ int main(int argc, char** argv)
     application.start();
     if (launch.editLayout)
         application.openEditorUnderPointer();
+    if (launch.debugWindow)
+        application.openDebugWindow();
     return app.exec();
 }

@@ -46,6 +46,7 @@ public:
     void watchExternalChanges(std::function<void(const QStringList& storedKeys)> onChanged) override;
 
     QString filePath() const;
+    QString location() const override { return filePath(); }
 
     static QString backupPath(const QString& filePath);
     // The prefix of the names corrupt files are moved aside to.

@@ -1,8 +1,12 @@
 #include "core/Logging.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTime>
 
 #include <cstdio>
+#include <mutex>
 
 Q_LOGGING_CATEGORY(lcApp, "parqueta.app")
 Q_LOGGING_CATEGORY(lcModel, "parqueta.model")
@@ -63,11 +67,45 @@ QString shortFunction(const char* function)
     return f;
 }
 
+// A started session's console is often nobody's (autostart): the same lines also go to
+// a file the About window names. It is kept small: the previous run's file is moved
+// aside once it passes kRotateBytes, and one run writes at most kRunCapBytes.
+constexpr qint64 kRotateBytes = 1 << 20;
+constexpr qint64 kRunCapBytes = 4 << 20;
+
+struct LogFile
+{
+    std::mutex mutex;
+    std::FILE* file = nullptr;
+    qint64 written = 0;
+    QString path;
+};
+
+LogFile& logFile()
+{
+    static LogFile instance;
+    return instance;
+}
+
 void handler(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     const QByteArray line = Logging::formatMessage(type, context, message).toLocal8Bit();
     std::fprintf(stderr, "%s\n", line.constData());
     std::fflush(stderr);
+    LogFile& log = logFile();
+    // Qt may log from its own threads (network, image loading).
+    const std::lock_guard lock(log.mutex);
+    if (!log.file)
+        return;
+    if (log.written + line.size() + 1 > kRunCapBytes) {
+        std::fputs("Log capped for this run; the console has the rest\n", log.file);
+        std::fclose(log.file);
+        log.file = nullptr;
+        return;
+    }
+    std::fprintf(log.file, "%s\n", line.constData());
+    std::fflush(log.file);
+    log.written += line.size() + 1;
 }
 
 } // namespace
@@ -79,6 +117,34 @@ void install()
     // Debug lines are for whoever asks for them; QT_LOGGING_RULES still overrides this.
     QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.debug=false"));
     qInstallMessageHandler(handler);
+}
+
+bool logToFile(const QString& path)
+{
+    if (path.isEmpty() || !QDir().mkpath(QFileInfo(path).absolutePath()))
+        return false;
+    if (QFileInfo(path).size() > kRotateBytes) {
+        QFile::remove(path + QStringLiteral(".1"));
+        QFile::rename(path, path + QStringLiteral(".1"));
+    }
+    std::FILE* file = std::fopen(QFile::encodeName(path).constData(), "a");
+    if (!file)
+        return false;
+    LogFile& log = logFile();
+    const std::lock_guard lock(log.mutex);
+    if (log.file)
+        std::fclose(log.file);
+    log.file = file;
+    log.written = 0;
+    log.path = path;
+    return true;
+}
+
+QString logFilePath()
+{
+    LogFile& log = logFile();
+    const std::lock_guard lock(log.mutex);
+    return log.file ? log.path : QString();
 }
 
 QString formatMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)

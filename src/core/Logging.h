@@ -22,6 +22,12 @@ namespace Logging {
 // "HH:mm:ss.zzz LEVEL file function:line - message".
 void install();
 
+// Appends every line to path as well (made with its directory if need be); the file of a
+// previous run larger than 1 MB is kept as path.1. False when it cannot be opened.
+bool logToFile(const QString& path);
+// The file lines go to besides the console; empty when none.
+QString logFilePath();
+
 // The same format as a pure function, so it can be tested without a console.
 QString formatMessage(QtMsgType type, const QMessageLogContext& context, const QString& message);
 

@@ -99,6 +99,8 @@ public:
     // Forgets a stored value so its default applies again.
     void reset(const char* storedKey);
     bool sync();
+    // Where the settings are kept, for the About window; empty for a store in memory.
+    QString location() const { return m_backend->location(); }
 
     // The gap to apply around zones right now: gapSize while enableGaps is on, else 0.
     double effectiveGap() const;

@@ -24,6 +24,8 @@ public:
     virtual bool sync() = 0;
     // Calls onChanged with the stored keys whose values another program changed while
     // this one runs. Stores that nobody else writes never call it.
+    // Where the values live, in words a user can follow to find them (a file's path).
+    virtual QString location() const { return {}; }
     virtual void watchExternalChanges(std::function<void(const QStringList& storedKeys)> onChanged)
     {
         Q_UNUSED(onChanged);

@@ -75,6 +75,11 @@ bool WindowManager::isNormal(const Window& window)
     return window.handle() && m_control.isNormal(*window.handle());
 }
 
+std::optional<WindowFacts> WindowManager::facts(const Window& window)
+{
+    return window.handle() ? m_control.facts(*window.handle()) : std::nullopt;
+}
+
 std::optional<Screen> WindowManager::screen(const Window& window)
 {
     if (!m_screenLocator)

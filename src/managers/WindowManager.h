@@ -48,6 +48,8 @@ public:
     // Raises the window and activates its application; false when the raise failed.
     bool focus(const Window& window);
     bool isNormal(const Window& window);
+    // What the platform can tell a person about the window; absent once it is gone.
+    std::optional<WindowFacts> facts(const Window& window);
 
     QString appName(const Window& window) const { return window.appName(); }
     QString appIdentifier(const Window& window) const { return window.appIdentifier(); }

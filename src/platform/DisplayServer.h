@@ -19,6 +19,9 @@ struct DisplayInfo
     QRectF frame;
     // The display without panels, docks and menu bars: where zones live.
     QRectF visibleFrame;
+    // How visibleFrame was found, in words for the debug window ("the whole display: no
+    // panel reserves space", "less 1 panel strut").
+    QString visibleFrameSource;
 
     friend bool operator==(const DisplayInfo&, const DisplayInfo&) = default;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/WindowFacts.h"
+
 #include <QString>
 
 #include <functional>
@@ -40,6 +42,8 @@ public:
     // checked without prompting the user. X11 needs no grant; macOS asks for the
     // accessibility permission.
     virtual bool hasWindowControlPermission() const = 0;
+    // The window manager, compositor, tray host and the like, read now.
+    virtual DesktopFacts desktopFacts() = 0;
     // Called once if the windowing system goes away (the X server exits); nothing of
     // the platform works afterwards, so the application should quit.
     virtual void setConnectionLostHandler(std::function<void()> handler) = 0;

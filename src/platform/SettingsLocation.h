@@ -7,3 +7,7 @@
 // The user's own settings store on this platform: a JSON file in the user's
 // configuration directory on Linux, the user's defaults domain on macOS.
 std::unique_ptr<SettingsBackend> createUserSettingsBackend();
+
+// Where Parqueta's log file belongs on this platform: $XDG_STATE_HOME/parqueta on Linux,
+// ~/Library/Logs/Parqueta on macOS.
+QString userLogFilePath();

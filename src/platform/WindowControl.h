@@ -1,6 +1,7 @@
 #pragma once
 
 #include "models/Window.h"
+#include "platform/WindowFacts.h"
 
 #include <QPointF>
 #include <QRectF>
@@ -54,4 +55,6 @@ public:
     // An ordinary application window that may be snapped: not a panel, desktop, menu,
     // tooltip, notification or one of Parqueta's own windows.
     virtual bool isNormal(const WindowHandle& window) = 0;
+    // Everything worth telling a person about the window; absent once it is gone.
+    virtual std::optional<WindowFacts> facts(const WindowHandle& window) = 0;
 };

@@ -28,7 +28,7 @@ public:
     // A display whose visible frame is the whole frame unless given.
     static DisplayInfo display(const QString& uuid, const QString& name, const QRectF& frame, const QRectF& visible = {})
     {
-        return DisplayInfo {uuid, name, frame, visible.isNull() ? frame : visible};
+        return DisplayInfo {uuid, name, frame, visible.isNull() ? frame : visible, {}};
     }
 
 private:

@@ -23,6 +23,7 @@ public:
         bool refusesSize = false; // every resize request is ignored
         bool readable = true; // false: the frame cannot be read (the application does not answer)
         bool raisable = true; // false: focus() reports a failed raise
+        WindowFacts facts {}; // what facts() tells besides the frame and class
     };
     struct Call
     {
@@ -108,7 +109,21 @@ public:
             m_focused = w->id;
         return w && w->raisable;
     }
-    bool isNormal(const WindowHandle& handle) override { return live(handle); }
+    bool isNormal(const WindowHandle& handle) override
+    {
+        const FakeWindow* w = live(handle);
+        return w && w->facts.notNormalBecause.isEmpty();
+    }
+    std::optional<WindowFacts> facts(const WindowHandle& handle) override
+    {
+        const FakeWindow* w = live(handle);
+        if (!w)
+            return std::nullopt;
+        WindowFacts facts = w->facts;
+        facts.frame = w->frame;
+        facts.className = w->app.name;
+        return facts;
+    }
 
 private:
     // The handle this fake hands out: just the window number.

@@ -48,9 +48,12 @@ public:
         m_xterm = m_desktop.startXterm(QStringLiteral("Sample terminal"));
         if (m_plain == XCB_WINDOW_NONE || m_xterm == XCB_WINDOW_NONE)
             return false;
-        std::printf("Starting %s\n", qPrintable(ParquetaProcess::executable()));
+        std::printf("Starting %s for the first time\n", qPrintable(ParquetaProcess::executable()));
+        m_parqueta.setShowsOnboarding(true);
         if (!m_parqueta.start())
             return false;
+        m_parqueta.setShowsOnboarding(false);
+        onboarding();
         m_overlays.setOwnerPid(m_parqueta.pid());
         m_editor.setOwnerPid(m_parqueta.pid());
         m_editor.setTitle(QStringLiteral("Parqueta layout editor"));
@@ -111,7 +114,82 @@ public:
             m_failures << QStringLiteral("restart on a dark desktop");
             return;
         }
+        m_overlays.setOwnerPid(m_parqueta.pid());
         settingsWindow("-dark");
+        aboutAndDebugWindows();
+    }
+
+    // The first run's guide, walked with the keyboard alone: Enter continues, and closes
+    // it after the third step.
+    void onboarding()
+    {
+        const xcb_window_t window = m_desktop.waitForWindow({}, QStringLiteral("Welcome to Parqueta"));
+        std::printf("First-run guide: %s\n", window ? "shown" : "NOT SHOWN");
+        if (window == XCB_WINDOW_NONE || !m_driver.activate(window)) {
+            m_failures << QStringLiteral("first-run guide");
+            return;
+        }
+        const char* names[] = {"15-onboarding-welcome", "16-onboarding-layout", "17-onboarding-done"};
+        for (const char* name : names) {
+            GestureDriver::pump(250);
+            screenshot(QString::fromLatin1(name) + QStringLiteral(".png"),
+                m_desktop.visibleFrame(window).value_or(QRect()));
+            m_driver.input().tap(Keysym::Return);
+        }
+        const bool closed = VirtualDesktop::waitUntil(
+            [&] { return m_desktop.findWindow({}, QStringLiteral("Welcome to Parqueta")) == XCB_WINDOW_NONE; }, 3000);
+        std::printf("  closed by Enter on its last step: %s\n", closed ? "yes" : "NO");
+        if (!closed)
+            m_failures << QStringLiteral("first-run guide did not close");
+    }
+
+    // About from the tray menu (keyboard: the second enabled item), the debug window from
+    // About (Alt+D), and "Why won't this window snap?" on the terminal.
+    void aboutAndDebugWindows()
+    {
+        const std::optional<QRect> tray = m_overlays.trayIcon();
+        std::printf("Tray icon: %s\n", tray ? qPrintable(text(*tray)) : "NOT FOUND");
+        if (!tray) {
+            m_failures << QStringLiteral("tray icon");
+            return;
+        }
+        XTestInput& input = m_driver.input();
+        input.moveTo(tray->center().x(), tray->center().y());
+        input.click(1);
+        GestureDriver::pump(400);
+        input.tap(Keysym::Down);
+        input.tap(Keysym::Down);
+        input.tap(Keysym::Return);
+        const xcb_window_t about = m_desktop.waitForWindow({}, QStringLiteral("About Parqueta"));
+        std::printf("About window from the tray menu: %s\n", about ? "shown" : "NOT SHOWN");
+        if (about == XCB_WINDOW_NONE || !m_driver.activate(about)) {
+            m_failures << QStringLiteral("About window");
+            return;
+        }
+        GestureDriver::pump(250);
+        screenshot(QStringLiteral("18-about.png"), m_desktop.visibleFrame(about).value_or(QRect()));
+        input.keyDown(Keysym::AltL);
+        input.tap(uint32_t('d'));
+        input.keyUp(Keysym::AltL);
+        const xcb_window_t debug = m_desktop.waitForWindow({}, QStringLiteral("Parqueta Debug"));
+        std::printf("Debug window from About: %s\n", debug ? "shown" : "NOT SHOWN");
+        if (debug == XCB_WINDOW_NONE || !m_driver.activate(debug)) {
+            m_failures << QStringLiteral("debug window");
+            return;
+        }
+        GestureDriver::pump(700);
+        screenshot(QStringLiteral("19-debug-window.png"), m_desktop.visibleFrame(debug).value_or(QRect()));
+        input.keyDown(Keysym::AltL);
+        input.tap(uint32_t('w'));
+        input.keyUp(Keysym::AltL);
+        GestureDriver::pump(300);
+        const std::optional<QRect> terminal = m_driver.frameOf(m_xterm);
+        if (terminal) {
+            input.moveTo(terminal->center().x(), terminal->center().y());
+            input.click(1);
+        }
+        GestureDriver::pump(700);
+        screenshot(QStringLiteral("20-debug-why-not-snap.png"), m_desktop.visibleFrame(debug).value_or(QRect()));
     }
 
     // The settings window, opened as launching Parqueta again does: one picture per tab,

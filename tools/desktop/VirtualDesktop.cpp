@@ -133,7 +133,7 @@ bool VirtualDesktop::start(ServerKind server)
     if (!m_scratch->isValid())
         return fail(QStringLiteral("cannot create a scratch directory in /tmp"));
     const QString base = m_scratch->path();
-    for (const char* dir : {"home", "runtime", "config", "cache", "data", "logs"})
+    for (const char* dir : {"home", "runtime", "config", "cache", "data", "state", "logs"})
         QDir(base).mkpath(QString::fromLatin1(dir));
     ::chmod(QFile::encodeName(base + QStringLiteral("/runtime")).constData(), 0700);
     qputenv("HOME", QFile::encodeName(base + QStringLiteral("/home")));
@@ -141,6 +141,7 @@ bool VirtualDesktop::start(ServerKind server)
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(base + QStringLiteral("/config")));
     qputenv("XDG_CACHE_HOME", QFile::encodeName(base + QStringLiteral("/cache")));
     qputenv("XDG_DATA_HOME", QFile::encodeName(base + QStringLiteral("/data")));
+    qputenv("XDG_STATE_HOME", QFile::encodeName(base + QStringLiteral("/state")));
     qputenv("QT_QPA_PLATFORM", "xcb");
     qunsetenv("WAYLAND_DISPLAY");
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");

@@ -68,7 +68,9 @@ bool ParquetaProcess::start(bool waitForReady)
     QDir().mkpath(dir);
     m_logFile = QStringLiteral("%1/parqueta-%2-%3.log").arg(dir).arg(::getpid()).arg(++g_runs);
     QFile::remove(m_logFile);
-    if (!m_process->start(program, m_arguments, m_logFile))
+    const QStringList arguments
+        = m_arguments + (m_showsOnboarding ? QStringList() : QStringList {QStringLiteral("--no-onboarding")});
+    if (!m_process->start(program, arguments, m_logFile))
         return fail(QStringLiteral("cannot start %1: %2").arg(program, m_process->errorString()));
     return !waitForReady || waitUntilReady();
 }

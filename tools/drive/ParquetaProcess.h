@@ -56,6 +56,9 @@ public:
     // The command line of the next start(). By default --login-item, as the session
     // starts it at login: no settings window opens by itself over the desktop under test.
     void setArguments(const QStringList& arguments) { m_arguments = arguments; }
+    // Whether a first run shows its guide. Off by default: the guide would stand over the
+    // windows a test drags; --no-onboarding is added to the command line.
+    void setShowsOnboarding(bool shows) { m_showsOnboarding = shows; }
     // Waits for the "is running on" line of this run; false when the program exited or
     // timeoutMs passed.
     bool waitUntilReady(int timeoutMs = 20000);
@@ -93,4 +96,5 @@ private:
     QString m_logFile;
     QString m_lastError;
     QStringList m_arguments {QStringLiteral("--login-item")};
+    bool m_showsOnboarding = false;
 };

@@ -108,6 +108,42 @@ xcb_atom_t X11Connection::atom(const char* name)
     return result;
 }
 
+std::optional<std::vector<uint32_t>> X11Connection::property32(xcb_window_t window, xcb_atom_t property)
+{
+    if (!isValid() || window == XCB_WINDOW_NONE || property == XCB_ATOM_NONE)
+        return std::nullopt;
+    xcb_generic_error_t* error = nullptr;
+    xcb_get_property_reply_t* reply = xcb_get_property_reply(m_connection,
+        xcb_get_property(m_connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024), &error);
+    checkError(error, "GetProperty");
+    if (!reply)
+        return std::nullopt;
+    std::vector<uint32_t> values;
+    if (reply->format == 32) {
+        const auto* data = static_cast<const uint32_t*>(xcb_get_property_value(reply));
+        values.assign(data, data + xcb_get_property_value_length(reply) / 4);
+    }
+    std::free(reply);
+    return values;
+}
+
+QByteArray X11Connection::propertyText(xcb_window_t window, xcb_atom_t property)
+{
+    if (!isValid() || window == XCB_WINDOW_NONE || property == XCB_ATOM_NONE)
+        return {};
+    xcb_generic_error_t* error = nullptr;
+    xcb_get_property_reply_t* reply = xcb_get_property_reply(m_connection,
+        xcb_get_property(m_connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 4096), &error);
+    checkError(error, "GetProperty");
+    if (!reply)
+        return {};
+    QByteArray text;
+    if (reply->format == 8)
+        text = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
+    std::free(reply);
+    return text;
+}
+
 bool X11Connection::selectEvents(xcb_window_t window, uint32_t mask)
 {
     if (!isValid())

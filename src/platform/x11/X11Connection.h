@@ -50,6 +50,12 @@ public:
     // Interned atom, cached; XCB_ATOM_NONE when the server cannot answer.
     xcb_atom_t atom(const char* name);
 
+    // A 32-bit property (up to 1024 values): absent when the window is gone or the server
+    // refused, empty when the property is unset or of another format.
+    std::optional<std::vector<uint32_t>> property32(xcb_window_t window, xcb_atom_t property);
+    // A text property (UTF-8 or Latin-1 as the property says); empty when unset.
+    QByteArray propertyText(xcb_window_t window, xcb_atom_t property);
+
     // Selects core events (XCB_EVENT_MASK_...) on a window, adding to what was selected
     // before through this connection: every part of Parqueta shares the connection, and
     // a plain ChangeWindowAttributes would replace the others' selection. Returns false

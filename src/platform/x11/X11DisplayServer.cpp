@@ -414,6 +414,13 @@ QList<DisplayInfo> X11DisplayServer::readDisplays()
         display.name = monitor.name;
         display.frame = QRectF(monitor.geometry);
         display.visibleFrame = QRectF(visibleArea(monitor.geometry, root, struts));
+        const auto reaches = [&](const X11Strut& strut) {
+            return visibleArea(monitor.geometry, root, {strut}) != monitor.geometry;
+        };
+        const auto panels = std::count_if(struts.begin(), struts.end(), reaches);
+        display.visibleFrameSource = panels == 0
+            ? QStringLiteral("the whole monitor: no panel reserves space on it")
+            : QStringLiteral("the monitor less the space %1 panel(s) reserve (struts, or the work area)").arg(panels);
         displays << display;
     }
     return displays;

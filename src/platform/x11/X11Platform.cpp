@@ -10,6 +10,12 @@
 #include "platform/x11/XdgAutostartLoginItem.h"
 
 #include <QCoreApplication>
+#include <QFile>
+
+#include <xcb/xcb_icccm.h>
+
+#include <cstdlib>
+#include <memory>
 
 #include <xcb/xcb.h>
 
@@ -95,4 +101,85 @@ void X11Platform::setConnectionLostHandler(std::function<void()> handler)
 {
     QObject::disconnect(m_connection.get(), &X11Connection::connectionLost, nullptr, nullptr);
     QObject::connect(m_connection.get(), &X11Connection::connectionLost, m_connection.get(), std::move(handler));
+}
+
+QString X11Platform::clientName(xcb_window_t window)
+{
+    const QString name = QString::fromUtf8(m_connection->propertyText(window, m_connection->ewmh()->_NET_WM_NAME));
+    if (!name.isEmpty())
+        return name;
+    xcb_connection_t* c = m_connection->connection();
+    xcb_icccm_get_wm_class_reply_t wmClass;
+    if (!xcb_icccm_get_wm_class_reply(c, xcb_icccm_get_wm_class(c, window), &wmClass, nullptr))
+        return {};
+    const QString className = QString::fromLocal8Bit(wmClass.class_name);
+    xcb_icccm_get_wm_class_reply_wipe(&wmClass);
+    return className;
+}
+
+QString X11Platform::processName(xcb_window_t window)
+{
+    // Selection owners (a tray host's manager window) often carry neither name nor class
+    // but do say which process they belong to.
+    const auto pid = m_connection->property32(window, m_connection->ewmh()->_NET_WM_PID);
+    if (!pid || pid->empty())
+        return {};
+    QFile comm(QStringLiteral("/proc/%1/comm").arg(pid->front()));
+    return comm.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(comm.readAll().trimmed()) : QString();
+}
+
+QString X11Platform::selectionOwnerName(const QByteArray& selection, bool& owned)
+{
+    const QByteArray name = selection + QByteArray::number(m_connection->screenNumber());
+    xcb_connection_t* c = m_connection->connection();
+    const std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_connection->atom(name.constData())), nullptr),
+        &std::free);
+    owned = reply && reply->owner != XCB_WINDOW_NONE;
+    if (!owned)
+        return {};
+    const QString owner = clientName(reply->owner);
+    return owner.isEmpty() ? processName(reply->owner) : owner;
+}
+
+DesktopFacts X11Platform::desktopFacts()
+{
+    const auto tr = [](const char* text) { return QCoreApplication::translate("X11Platform", text); };
+    DesktopFacts facts;
+    if (!m_connection->isValid()) {
+        facts.append({tr("X server"), tr("gone")});
+        return facts;
+    }
+    const xcb_setup_t* setup = xcb_get_setup(m_connection->connection());
+    facts.append({tr("X server"),
+        QStringLiteral("%1 %2")
+            .arg(QString::fromLatin1(xcb_setup_vendor(setup), xcb_setup_vendor_length(setup)))
+            .arg(setup->release_number)});
+    const QString session = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+    facts.append({tr("Desktop session"), session.isEmpty() ? tr("not named (XDG_CURRENT_DESKTOP is unset)") : session});
+
+    const auto check = m_connection->property32(m_connection->root(), m_connection->ewmh()->_NET_SUPPORTING_WM_CHECK);
+    const QString windowManager = check && !check->empty() ? clientName(check->front()) : QString();
+    facts.append({tr("Window manager"),
+        check && !check->empty() ? (windowManager.isEmpty() ? tr("running, unnamed") : windowManager)
+                                 : tr("none that follows EWMH: windows cannot be moved reliably")});
+
+    bool owned = false;
+    const QString compositor = selectionOwnerName(QByteArrayLiteral("_NET_WM_CM_S"), owned);
+    facts.append({tr("Compositor"),
+        owned ? (compositor.isEmpty() ? tr("running, unnamed") : compositor) + tr(": translucent overlays")
+              : tr("none: overlays are drawn opaque, with holes for the zones")});
+    const QString tray = selectionOwnerName(QByteArrayLiteral("_NET_SYSTEM_TRAY_S"), owned);
+    facts.append({tr("Tray host"),
+        owned ? (tray.isEmpty() ? tr("running, unnamed") : tray) : tr("none: Parqueta is reached by launching it again")});
+
+    // Xft.dpi is how desktops ask applications to scale; Qt derives its ratio from it.
+    const QByteArray resources = m_connection->propertyText(m_connection->root(), XCB_ATOM_RESOURCE_MANAGER);
+    QString dpi = tr("not set (96)");
+    for (const QByteArray& line : resources.split('\n')) {
+        if (line.startsWith("Xft.dpi:"))
+            dpi = QString::fromLatin1(line.mid(8).trimmed());
+    }
+    facts.append({tr("Xft.dpi"), dpi});
+    return facts;
 }

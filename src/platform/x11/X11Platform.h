@@ -2,6 +2,8 @@
 
 #include "platform/Platform.h"
 
+#include <xcb/xcb.h>
+
 #include <memory>
 
 class X11Connection;
@@ -32,10 +34,18 @@ public:
     // Any X11 client may move any window: there is nothing to grant.
     bool hasWindowControlPermission() const override { return true; }
     void setConnectionLostHandler(std::function<void()> handler) override;
+    DesktopFacts desktopFacts() override;
 
     X11Connection& connection() { return *m_connection; }
 
 private:
+    // The name a client gives itself (_NET_WM_NAME, else its class); empty for none.
+    QString clientName(xcb_window_t window);
+    // The command name of the process that owns a window, from _NET_WM_PID; empty when unknown.
+    QString processName(xcb_window_t window);
+    // Who owns a manager selection ("_NET_WM_CM_S0"), by name; empty when nobody does.
+    QString selectionOwnerName(const QByteArray& selection, bool& owned);
+
     std::unique_ptr<X11Connection> m_connection;
     std::unique_ptr<X11DisplayServer> m_displays;
     std::unique_ptr<X11WindowControl> m_windows;

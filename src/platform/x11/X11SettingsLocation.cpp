@@ -13,3 +13,12 @@ std::unique_ptr<SettingsBackend> createUserSettingsBackend()
         configHome = QDir::homePath() + QStringLiteral("/.config");
     return std::make_unique<FileSettingsBackend>(configHome + QStringLiteral("/parqueta/parqueta.json"));
 }
+
+// The XDG base directories put logs under the state home (~/.local/state).
+QString userLogFilePath()
+{
+    QString stateHome = qEnvironmentVariable("XDG_STATE_HOME");
+    if (stateHome.isEmpty() || QDir::isRelativePath(stateHome))
+        stateHome = QDir::homePath() + QStringLiteral("/.local/state");
+    return stateHome + QStringLiteral("/parqueta/parqueta.log");
+}

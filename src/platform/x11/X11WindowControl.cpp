@@ -13,12 +13,12 @@
 #include <cstdlib>
 #include <memory>
 
-#include <unistd.h>
 
 namespace {
 
 constexpr int kPlacementCheckMs = 150;
 constexpr int kExtentsSettleMs = 60;
+constexpr qsizetype kRememberedPlacements = 256;
 
 struct FreeDeleter
 {
@@ -51,6 +51,7 @@ constexpr int kMaxTreeDepth = 4;
 
 X11WindowControl::X11WindowControl(X11Connection& connection)
     : m_connection(connection)
+    , m_inspector(connection)
 { }
 
 xcb_window_t X11WindowControl::windowOf(const WindowHandle& handle)
@@ -69,25 +70,6 @@ WindowControl::Handle X11WindowControl::handleFor(xcb_window_t window)
 // ---------------------------------------------------------------------------------------
 // Reading
 
-std::optional<std::vector<uint32_t>> X11WindowControl::property32(xcb_window_t window, xcb_atom_t property)
-{
-    if (!m_connection.isValid() || window == XCB_WINDOW_NONE || property == XCB_ATOM_NONE)
-        return std::nullopt;
-    xcb_connection_t* c = m_connection.connection();
-    xcb_generic_error_t* error = nullptr;
-    const auto reply = take(m_connection,
-        xcb_get_property_reply(c, xcb_get_property(c, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024), &error),
-        error, "GetProperty");
-    if (!reply)
-        return std::nullopt;
-    std::vector<uint32_t> values;
-    if (reply->format == 32) {
-        const auto* data = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
-        values.assign(data, data + xcb_get_property_value_length(reply.get()) / 4);
-    }
-    return values;
-}
-
 bool X11WindowControl::exists(xcb_window_t window)
 {
     if (!m_connection.isValid() || window == XCB_WINDOW_NONE)
@@ -101,7 +83,7 @@ bool X11WindowControl::exists(xcb_window_t window)
 
 bool X11WindowControl::windowManagerRuns()
 {
-    const auto check = property32(m_connection.root(), m_connection.ewmh()->_NET_SUPPORTING_WM_CHECK);
+    const auto check = m_connection.property32(m_connection.root(), m_connection.ewmh()->_NET_SUPPORTING_WM_CHECK);
     return check && !check->empty() && exists(check->front());
 }
 
@@ -109,7 +91,7 @@ bool X11WindowControl::windowManagerSupports(xcb_atom_t atom)
 {
     if (!windowManagerRuns())
         return false;
-    const auto supported = property32(m_connection.root(), m_connection.ewmh()->_NET_SUPPORTED);
+    const auto supported = m_connection.property32(m_connection.root(), m_connection.ewmh()->_NET_SUPPORTED);
     return supported && std::find(supported->begin(), supported->end(), atom) != supported->end();
 }
 
@@ -170,7 +152,7 @@ std::optional<X11WindowControl::Geometry> X11WindowControl::geometry(xcb_window_
 
 std::optional<QMargins> X11WindowControl::frameExtents(xcb_window_t window)
 {
-    const auto values = property32(window, m_connection.ewmh()->_NET_FRAME_EXTENTS);
+    const auto values = m_connection.property32(window, m_connection.ewmh()->_NET_FRAME_EXTENTS);
     if (!values)
         return std::nullopt;
     if (values->size() < 4)
@@ -349,7 +331,7 @@ WindowControl::Handle X11WindowControl::focusedWindow()
 
 xcb_window_t X11WindowControl::topmostClientAt(const QPoint& point)
 {
-    auto stacking = property32(m_connection.root(), m_connection.ewmh()->_NET_CLIENT_LIST_STACKING);
+    auto stacking = m_connection.property32(m_connection.root(), m_connection.ewmh()->_NET_CLIENT_LIST_STACKING);
     if (!stacking || stacking->empty())
         return XCB_WINDOW_NONE;
     std::vector<xcb_window_t> windows(stacking->rbegin(), stacking->rend()); // topmost first
@@ -410,12 +392,12 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
             states.begin(), states.end(), [&](uint32_t s) { return s == maxVert || s == maxHorz || s == fullscreen; });
     };
 
-    auto states = property32(window, ewmh->_NET_WM_STATE);
+    auto states = m_connection.property32(window, ewmh->_NET_WM_STATE);
     if (!states)
         return false;
     if (!constrained(*states))
         return true;
-    const auto extentsWhileMaximized = property32(window, ewmh->_NET_FRAME_EXTENTS);
+    const auto extentsWhileMaximized = m_connection.property32(window, ewmh->_NET_FRAME_EXTENTS);
 
     const int screen = m_connection.screenNumber();
     xcb_ewmh_request_change_wm_state(
@@ -430,7 +412,7 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
     timer.start();
     while (timer.elapsed() < m_stateTimeoutMs) {
         QThread::usleep(2000);
-        states = property32(window, ewmh->_NET_WM_STATE);
+        states = m_connection.property32(window, ewmh->_NET_WM_STATE);
         if (!states)
             return false;
         if (!constrained(*states))
@@ -447,7 +429,7 @@ bool X11WindowControl::leaveMaximizedState(xcb_window_t window)
     QElapsedTimer extentsTimer;
     extentsTimer.start();
     while (extentsTimer.elapsed() < kExtentsSettleMs
-        && property32(window, ewmh->_NET_FRAME_EXTENTS) == extentsWhileMaximized)
+        && m_connection.property32(window, ewmh->_NET_FRAME_EXTENTS) == extentsWhileMaximized)
         QThread::usleep(2000);
     return true;
 }
@@ -527,6 +509,7 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
     const bool placed = off.manhattanLength() <= tolerance && grown.width() <= 0 && grown.height() <= 0;
     if (placed) {
         m_moveSerials.remove(window);
+        recordPlacement(window, requested, applied, true);
         return;
     }
     // An offset the size of the frame's extents is a request read as client coordinates
@@ -554,6 +537,7 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
         qCInfo(lcWindows) << "The window manager keeps window" << Qt::hex << window << Qt::dec << "at" << applied
                           << "instead of" << requested;
         m_moveSerials.remove(window);
+        recordPlacement(window, requested, applied, false);
         return;
     }
     qCInfo(lcWindows) << "The window manager placed frame" << applied << "for" << requested << "; asking for" << ask;
@@ -593,55 +577,25 @@ bool X11WindowControl::focus(const WindowHandle& handle)
 
 bool X11WindowControl::isNormal(const WindowHandle& handle)
 {
+    return m_inspector.notNormalReason(windowOf(handle)).isEmpty();
+}
+
+std::optional<WindowFacts> X11WindowControl::facts(const WindowHandle& handle)
+{
     const xcb_window_t window = windowOf(handle);
-    if (window == XCB_WINDOW_NONE || !m_connection.isValid())
-        return false;
-    xcb_connection_t* c = m_connection.connection();
-    xcb_ewmh_connection_t* ewmh = m_connection.ewmh();
+    std::optional<WindowFacts> facts = m_inspector.facts(window);
+    if (!facts)
+        return std::nullopt;
+    facts->frame = frame(handle);
+    if (m_placements.contains(window))
+        facts->lastPlacement = m_placements.value(window);
+    return facts;
+}
 
-    xcb_generic_error_t* error = nullptr;
-    const auto attrs = take(m_connection,
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), &error), error, "GetWindowAttributes");
-    if (!attrs || attrs->override_redirect)
-        return false;
-
-    // Managed: the window manager marked it (WM_STATE) or lists it.
-    const auto wmState = property32(window, m_connection.atom("WM_STATE"));
-    const auto clients = property32(m_connection.root(), ewmh->_NET_CLIENT_LIST);
-    const bool listed = clients && std::find(clients->begin(), clients->end(), window) != clients->end();
-    if (!listed && (!wmState || wmState->empty()))
-        return false;
-
-    // Parqueta's own windows (overlays, settings) are never snapped.
-    const auto pid = property32(window, ewmh->_NET_WM_PID);
-    if (pid && !pid->empty() && static_cast<pid_t>(pid->front()) == ::getpid()) {
-        char host[256] = {};
-        ::gethostname(host, sizeof(host) - 1);
-        xcb_icccm_get_text_property_reply_t machine;
-        bool sameHost = true;
-        if (xcb_icccm_get_wm_client_machine_reply(c, xcb_icccm_get_wm_client_machine(c, window), &machine, nullptr)) {
-            sameHost = QByteArray(machine.name, static_cast<int>(machine.name_len)) == QByteArray(host);
-            xcb_icccm_get_text_property_reply_wipe(&machine);
-        }
-        if (sameHost)
-            return false;
-    }
-
-    // The first type this code knows decides (EWMH); without one, the window is normal
-    // (a transient one is a dialog, which is fine too).
-    const auto types = property32(window, ewmh->_NET_WM_WINDOW_TYPE);
-    if (!types)
-        return false;
-    for (uint32_t type : *types) {
-        if (type == ewmh->_NET_WM_WINDOW_TYPE_NORMAL || type == ewmh->_NET_WM_WINDOW_TYPE_DIALOG)
-            return true;
-        if (type == ewmh->_NET_WM_WINDOW_TYPE_DESKTOP || type == ewmh->_NET_WM_WINDOW_TYPE_DOCK
-            || type == ewmh->_NET_WM_WINDOW_TYPE_TOOLBAR || type == ewmh->_NET_WM_WINDOW_TYPE_MENU
-            || type == ewmh->_NET_WM_WINDOW_TYPE_UTILITY || type == ewmh->_NET_WM_WINDOW_TYPE_SPLASH
-            || type == ewmh->_NET_WM_WINDOW_TYPE_DROPDOWN_MENU || type == ewmh->_NET_WM_WINDOW_TYPE_POPUP_MENU
-            || type == ewmh->_NET_WM_WINDOW_TYPE_TOOLTIP || type == ewmh->_NET_WM_WINDOW_TYPE_NOTIFICATION
-            || type == ewmh->_NET_WM_WINDOW_TYPE_COMBO || type == ewmh->_NET_WM_WINDOW_TYPE_DND)
-            return false;
-    }
-    return true;
+void X11WindowControl::recordPlacement(xcb_window_t window, const QRect& requested, const QRect& applied, bool honoured)
+{
+    // Only for the debug window: a bounded memory of recent moves is enough.
+    if (m_placements.size() >= kRememberedPlacements && !m_placements.contains(window))
+        m_placements.clear();
+    m_placements.insert(window, WindowFacts::Placement {QRectF(requested), QRectF(applied), honoured});
 }

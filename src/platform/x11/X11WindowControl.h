@@ -5,6 +5,7 @@
 
 #include "platform/WindowControl.h"
 #include "platform/x11/X11Connection.h"
+#include "platform/x11/X11WindowInspector.h"
 
 #include <QMargins>
 #include <QRect>
@@ -51,6 +52,7 @@ public:
     void setSize(const WindowHandle& window, const QSizeF& size) override;
     bool focus(const WindowHandle& window) override;
     bool isNormal(const WindowHandle& window) override;
+    std::optional<WindowFacts> facts(const WindowHandle& window) override;
 
 private:
     struct Geometry
@@ -66,7 +68,6 @@ private:
     std::optional<Geometry> geometry(xcb_window_t window);
     std::vector<std::optional<Geometry>> geometries(const std::vector<xcb_window_t>& windows);
     std::optional<QMargins> frameExtents(xcb_window_t window);
-    std::optional<std::vector<uint32_t>> property32(xcb_window_t window, xcb_atom_t property);
     bool exists(xcb_window_t window);
     bool windowManagerRuns();
     bool windowManagerSupports(xcb_atom_t atom);
@@ -96,7 +97,11 @@ private:
     void schedulePlacementCheck(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
     void checkPlacement(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
 
+    void recordPlacement(xcb_window_t window, const QRect& requested, const QRect& applied, bool honoured);
+
     X11Connection& m_connection;
+    X11WindowInspector m_inspector;
+    QHash<xcb_window_t, WindowFacts::Placement> m_placements;
     int m_stateTimeoutMs = 500;
     QHash<xcb_window_t, quint64> m_moveSerials;
     quint64 m_nextMoveSerial = 1;
