@@ -34,16 +34,15 @@ QString SnapDiagnosis::describeRect(const QRectF& rect)
 
 SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF point)
 {
-    Report report;
     const std::optional<WindowFacts> facts = window ? m_windows.facts(*window) : std::nullopt;
     if (!facts) {
-        report.verdict = tr("There is no window there any more, or it belongs to no application Parqueta can read.");
-        return report;
+        Report gone;
+        gone.verdict = tr("There is no window there any more, or it belongs to no application Parqueta can read.");
+        return gone;
     }
-    const QString name = facts->title.isEmpty() ? facts->className : facts->title;
-    report.snaps = facts->notNormalBecause.isEmpty();
-    report.verdict = report.snaps ? tr("“%1” is a window Parqueta snaps.").arg(name)
-                                  : tr("Parqueta never snaps “%1”: %2.").arg(name, facts->notNormalBecause);
+    const std::optional<Screen> screen = m_screens.screenWithPoint(point);
+    const std::shared_ptr<Layout> layout = screen ? m_layouts.activeFor(*screen) : nullptr;
+    Report report = explain(*facts, layout.get());
 
     const auto add = [&report](const QString& label, const QString& value) { report.facts.append({label, value}); };
     add(tr("Application"),
@@ -57,9 +56,7 @@ SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF p
         report.snaps ? tr("yes, it counts as a normal window") : tr("no: %1").arg(facts->notNormalBecause));
     add(tr("Frame"), facts->frame ? describeRect(*facts->frame) : tr("unreadable"));
 
-    const std::optional<Screen> screen = m_screens.screenWithPoint(point);
     add(tr("Screen"), screen ? tr("%1 (%2)").arg(screen->name(), screen->id()) : tr("none under the pointer"));
-    std::shared_ptr<Layout> layout = screen ? m_layouts.activeFor(*screen) : nullptr;
     const std::optional<QPointF> local = screen ? m_screens.positionInVisibleFrame(*screen, point) : std::nullopt;
     QString zoneText = tr("none");
     if (layout && local) {
@@ -78,30 +75,40 @@ SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF p
             last.honoured ? tr("honoured: %1").arg(describeRect(last.applied))
                           : tr("asked for %1, the window manager made it %2")
                                 .arg(describeRect(last.requested), describeRect(last.applied)));
-        if (!last.honoured)
-            report.findings << tr("The window manager did not honour the last move: Parqueta asked for %1 and it "
-                                  "kept the window at %2.")
-                                   .arg(describeRect(last.requested), describeRect(last.applied));
     } else {
         add(tr("Last move"), tr("Parqueta has not moved it since it started"));
     }
     add(tr("Size steps"), facts->sizeIncrement.isEmpty() ? tr("none") : sizeText(facts->sizeIncrement));
     add(tr("Minimum size"), facts->minimumSize.isEmpty() ? tr("none") : sizeText(facts->minimumSize));
     add(tr("Maximum size"), facts->maximumSize.isEmpty() ? tr("none") : sizeText(facts->maximumSize));
+    return report;
+}
 
+SnapDiagnosis::Report SnapDiagnosis::explain(const WindowFacts& facts, const Layout* layout)
+{
+    Report report;
+    report.snaps = facts.notNormalBecause.isEmpty();
+    const QString name = facts.title.isEmpty() ? facts.className : facts.title;
+    report.verdict = report.snaps ? tr("“%1” is a window Parqueta snaps.").arg(name)
+                                  : tr("Parqueta never snaps “%1”: %2.").arg(name, facts.notNormalBecause);
+    if (facts.lastPlacement && !facts.lastPlacement->honoured)
+        report.findings << tr("The window manager did not honour the last move: Parqueta asked for %1 and it "
+                              "kept the window at %2.")
+                               .arg(describeRect(facts.lastPlacement->requested),
+                                   describeRect(facts.lastPlacement->applied));
     if (!report.snaps)
-        report.findings << tr("Parqueta leaves it alone because %1.").arg(facts->notNormalBecause);
-    if (!facts->sizeIncrement.isEmpty())
+        report.findings << tr("Parqueta leaves it alone because %1.").arg(facts.notNormalBecause);
+    if (!facts.sizeIncrement.isEmpty())
         report.findings << tr("It resizes in steps of %1 px (a terminal's character cell, for instance), so it fills "
                               "a zone only to within one step.")
-                               .arg(sizeText(facts->sizeIncrement));
+                               .arg(sizeText(facts.sizeIncrement));
     if (layout) {
         QStringList tooSmall;
         QStringList tooLarge;
         for (const std::shared_ptr<Zone>& zone : layout->zones()) {
             const QSizeF size = zone->rect().size();
-            const QSize minimum = facts->minimumSize;
-            const QSize maximum = facts->maximumSize;
+            const QSize minimum = facts.minimumSize;
+            const QSize maximum = facts.maximumSize;
             if (!minimum.isEmpty() && (size.width() < minimum.width() || size.height() < minimum.height()))
                 tooSmall << zone->id();
             if (!maximum.isEmpty() && (size.width() > maximum.width() || size.height() > maximum.height()))
@@ -109,10 +116,10 @@ SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF p
         }
         if (!tooSmall.isEmpty())
             report.findings << tr("It will not shrink below %1, so it overflows zones %2 of this screen's layout.")
-                                   .arg(sizeText(facts->minimumSize), tooSmall.join(QStringLiteral(", ")));
+                                   .arg(sizeText(facts.minimumSize), tooSmall.join(QStringLiteral(", ")));
         if (!tooLarge.isEmpty())
             report.findings << tr("It will not grow beyond %1, so it cannot fill zones %2 of this screen's layout.")
-                                   .arg(sizeText(facts->maximumSize), tooLarge.join(QStringLiteral(", ")));
+                                   .arg(sizeText(facts.maximumSize), tooLarge.join(QStringLiteral(", ")));
     }
     if (report.snaps && report.findings.isEmpty())
         report.findings << tr("Nothing keeps it from snapping: drag it with Shift held (or right-click while dragging) "

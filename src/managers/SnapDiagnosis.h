@@ -1,6 +1,7 @@
 #pragma once
 
 #include "models/Window.h"
+#include "platform/WindowFacts.h"
 
 #include <QCoreApplication>
 #include <QList>
@@ -37,6 +38,10 @@ public:
 
     // The window picked at point (desktop space): point decides the zone it would fall in.
     Report diagnose(const WindowPtr& window, QPointF point);
+
+    // What keeps a window with these facts from filling a zone of layout (none: no zones
+    // to compare with), one sentence each; and whether it snaps at all.
+    static Report explain(const WindowFacts& facts, const class Layout* layout);
 
     // "640 × 480 at 10, 20"
     static QString describeRect(const QRectF& rect);

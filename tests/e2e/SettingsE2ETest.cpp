@@ -115,4 +115,31 @@ TEST_F(Fixture, WithoutATrayTheSettingsWindowOpensAtLaunchAndQuits)
     EXPECT_TRUE(WIFEXITED(m_parqueta->waitStatus()) && WEXITSTATUS(m_parqueta->waitStatus()) == 0);
 }
 
+// The first run's guide stands over the desktop; firstRun is stored false while it shows,
+// so a crash during the guide does not bring it back, and the presets stay.
+TEST_F(Fixture, TheFirstRunGuideShowsOnceEvenWhenParquetaCrashesDuringIt)
+{
+    ASSERT_NO_FATAL_FAILURE(prepare({WindowManagerKind::Openbox, CompositorKind::None, "openbox"}));
+    SettingsFile().remove();
+    m_parqueta = std::make_unique<ParquetaProcess>(desktop);
+    m_parqueta->setShowsOnboarding(true);
+    ASSERT_TRUE(m_parqueta->start()) << m_parqueta->lastError().toStdString();
+    const QString title = QStringLiteral("Welcome to Parqueta");
+    ASSERT_NE(desktop.waitForWindow({}, title), XCB_WINDOW_NONE) << log();
+    EXPECT_TRUE(VirtualDesktop::waitUntil([&] {
+        QFile file(ParquetaProcess::settingsPath());
+        return file.open(QIODevice::ReadOnly)
+            && QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("firstRun")) == QJsonValue(false);
+    })) << "stored as soon as the guide shows";
+    m_parqueta->kill9();
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return desktop.findWindow({}, title) == XCB_WINDOW_NONE; }));
+
+    ASSERT_TRUE(m_parqueta->start()) << m_parqueta->lastError().toStdString();
+    VirtualDesktop::pump(1000);
+    EXPECT_EQ(desktop.findWindow({}, title), XCB_WINDOW_NONE) << "no guide on the second run";
+    const std::optional<DesktopZones> zones = DesktopZones::read();
+    ASSERT_TRUE(zones) << DesktopZones::lastError().toStdString();
+    EXPECT_EQ(zones->zones().size(), 4) << "the two-halves preset on each monitor, kept";
+}
+
 } // namespace

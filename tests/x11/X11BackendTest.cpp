@@ -9,6 +9,7 @@
 #include "core/Settings.h"
 #include "managers/GlobalShortcuts.h"
 #include "managers/ScreenManager.h"
+#include "managers/SnapDiagnosis.h"
 #include "managers/WindowManager.h"
 #include "models/LayoutPresets.h"
 #include "platform/x11/X11Connection.h"
@@ -216,6 +217,31 @@ TEST_F(X11Test, LookupsFocusAndWindowTypes)
     EXPECT_TRUE(control.isNormal(*handle));
     ASSERT_TRUE(desktop.startPanel(0));
     EXPECT_FALSE(control.isNormal(*X11WindowControl::handleFor(desktop.panelWindow()))) << "the panel";
+
+    // What "Why won't this window snap?" says: the dialog snaps, the panel never does, the
+    // terminal fills a zone only to within its character cell after a move it honoured.
+    struct Explained
+    {
+        xcb_window_t window;
+        bool snaps;
+        const char* finding;
+    };
+    for (const Explained& row : {Explained {first, true, "Nothing keeps it from snapping"},
+             Explained {desktop.panelWindow(), false, "it says it is a dock window"},
+             Explained {second, true, "steps of 6 × 13 px"}}) {
+        const std::optional<WindowFacts> facts = control.facts(*X11WindowControl::handleFor(row.window));
+        ASSERT_TRUE(facts && facts->frame) << row.window;
+        const SnapDiagnosis::Report report = SnapDiagnosis::explain(*facts, nullptr);
+        EXPECT_EQ(report.snaps, row.snaps) << report.verdict.toStdString();
+        EXPECT_TRUE(report.findings.join(' ').contains(QString::fromUtf8(row.finding)))
+            << report.findings.join('\n').toStdString();
+    }
+    const std::optional<WindowFacts> terminal = control.facts(*X11WindowControl::handleFor(second));
+    EXPECT_EQ(terminal->className, "XTerm");
+    EXPECT_EQ(terminal->title, "second");
+    ASSERT_TRUE(terminal->lastPlacement) << "the move at the start of this test";
+    EXPECT_TRUE(terminal->lastPlacement->honoured);
+    EXPECT_EQ(terminal->lastPlacement->requested, QRectF(1500, 200, 500, 400));
     QWidget own;
     own.show();
     ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return desktop.clientList().contains(xcb_window_t(own.winId())); }));
