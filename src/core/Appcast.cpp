@@ -4,6 +4,7 @@
 
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -138,7 +139,8 @@ void readPlainField(FeedReader& reader, RawItem& raw)
     if (name == u"title") {
         raw.title = elementText(reader).simplified().left(kLongestTitle);
     } else if (name == u"description") {
-        raw.plainTextDescription = reader.xml.attributes().value(kSparkleNamespace, QStringLiteral("format")) == u"plain-text";
+        raw.plainTextDescription
+            = reader.xml.attributes().value(kSparkleNamespace, QStringLiteral("format")) == u"plain-text";
         raw.description = elementText(reader);
     } else if (name == u"pubDate") {
         raw.published = elementText(reader).trimmed();
@@ -147,7 +149,8 @@ void readPlainField(FeedReader& reader, RawItem& raw)
         if (!raw.enclosureUrl && attributes.hasAttribute(QStringLiteral("url"))) {
             raw.enclosureUrl = attributes.value(QStringLiteral("url")).trimmed().toString();
             raw.enclosureVersion = attributes.value(kSparkleNamespace, QStringLiteral("version")).trimmed().toString();
-            raw.enclosureShortVersion = attributes.value(kSparkleNamespace, QStringLiteral("shortVersionString")).trimmed().toString();
+            raw.enclosureShortVersion
+                = attributes.value(kSparkleNamespace, QStringLiteral("shortVersionString")).trimmed().toString();
         }
         skipElement(reader);
     } else {
@@ -239,8 +242,7 @@ QString documentError(const FeedReader& reader)
 
 bool AppcastItem::isPrerelease() const
 {
-    return channel == u"beta" || VersionNumber::isPrerelease(displayVersion())
-        || VersionNumber::isPrerelease(version);
+    return channel == u"beta" || VersionNumber::isPrerelease(displayVersion()) || VersionNumber::isPrerelease(version);
 }
 
 Appcast Appcast::parse(const QByteArray& document)
@@ -315,10 +317,10 @@ QString namedEntity(QStringView name)
         const char16_t* name;
         const char16_t* text;
     };
-    static constexpr Entity entities[] = {{u"amp", u"&"}, {u"lt", u"<"}, {u"gt", u">"}, {u"quot", u"\""},
-        {u"apos", u"'"}, {u"nbsp", u" "}, {u"ndash", u"–"}, {u"mdash", u"—"}, {u"hellip", u"…"}, {u"bull", u"•"},
-        {u"middot", u"·"}, {u"lsquo", u"‘"}, {u"rsquo", u"’"}, {u"ldquo", u"“"}, {u"rdquo", u"”"}, {u"copy", u"©"},
-        {u"reg", u"®"}, {u"trade", u"™"}};
+    static constexpr Entity entities[]
+        = {{u"amp", u"&"}, {u"lt", u"<"}, {u"gt", u">"}, {u"quot", u"\""}, {u"apos", u"'"}, {u"nbsp", u" "},
+            {u"ndash", u"–"}, {u"mdash", u"—"}, {u"hellip", u"…"}, {u"bull", u"•"}, {u"middot", u"·"}, {u"lsquo", u"‘"},
+            {u"rsquo", u"’"}, {u"ldquo", u"“"}, {u"rdquo", u"”"}, {u"copy", u"©"}, {u"reg", u"®"}, {u"trade", u"™"}};
     for (const Entity& entity : entities) {
         if (name == QStringView(entity.name))
             return QString::fromUtf16(entity.text);
@@ -332,7 +334,8 @@ QString numericEntity(QStringView digits)
     bool ok = false;
     const bool hex = digits.startsWith(u'x') || digits.startsWith(u'X');
     const uint code = (hex ? digits.sliced(1) : digits).toUInt(&ok, hex ? 16 : 10);
-    const bool usable = ok && (code >= 0x20 || code == 0x09 || code == 0x0A) && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF) && code != 0x7F;
+    const bool usable = ok && (code >= 0x20 || code == 0x09 || code == 0x0A) && code <= 0x10FFFF
+        && (code < 0xD800 || code > 0xDFFF) && code != 0x7F;
     const char32_t character = usable ? char32_t(code) : char32_t(0xFFFD);
     return QString::fromUcs4(&character, 1);
 }
@@ -393,10 +396,11 @@ struct PlainTextBuilder
         while (length < name.size() && name.at(length).unicode() < 128 && name.at(length).isLetterOrNumber())
             ++length;
         const QString lower = name.first(length).toString().toLower();
-        static const QStringList blocks = {QStringLiteral("p"), QStringLiteral("div"), QStringLiteral("ul"),
-            QStringLiteral("ol"), QStringLiteral("table"), QStringLiteral("tr"), QStringLiteral("blockquote"),
-            QStringLiteral("pre"), QStringLiteral("hr"), QStringLiteral("section"), QStringLiteral("h1"),
-            QStringLiteral("h2"), QStringLiteral("h3"), QStringLiteral("h4"), QStringLiteral("h5"), QStringLiteral("h6")};
+        static const QStringList blocks
+            = {QStringLiteral("p"), QStringLiteral("div"), QStringLiteral("ul"), QStringLiteral("ol"),
+                QStringLiteral("table"), QStringLiteral("tr"), QStringLiteral("blockquote"), QStringLiteral("pre"),
+                QStringLiteral("hr"), QStringLiteral("section"), QStringLiteral("h1"), QStringLiteral("h2"),
+                QStringLiteral("h3"), QStringLiteral("h4"), QStringLiteral("h5"), QStringLiteral("h6")};
         if (lower == u"br") {
             lineBreaks(1);
         } else if (lower == u"li" && !closing) {
@@ -432,15 +436,16 @@ QString Appcast::plainText(QStringView html)
             // What scripts and style sheets hold is not text for a person.
             for (const QStringView hidden : {QStringView(u"script"), QStringView(u"style")}) {
                 if (tag.startsWith(hidden, Qt::CaseInsensitive)) {
-                    const qsizetype close = html.indexOf(QStringLiteral("</") + hidden.toString(), i, Qt::CaseInsensitive);
+                    const qsizetype close
+                        = html.indexOf(QStringLiteral("</") + hidden.toString(), i, Qt::CaseInsensitive);
                     const qsizetype closeEnd = close < 0 ? -1 : tagEnd(html, close + 2);
                     i = closeEnd < 0 ? html.size() : closeEnd + 1;
                 }
             }
         } else if (c == u'&') {
-            const qsizetype semicolon = html.indexOf(u';', i + 1);
-            const QStringView name = semicolon > i && semicolon - i <= 10 ? html.sliced(i + 1, semicolon - i - 1)
-                                                                          : QStringView();
+            // Entity names are short: looking further would make a run of stray '&' quadratic.
+            const qsizetype semicolon = html.sliced(i, std::min<qsizetype>(html.size() - i, 12)).indexOf(u';') + i;
+            const QStringView name = semicolon > i ? html.sliced(i + 1, semicolon - i - 1) : QStringView();
             const QString decoded = name.startsWith(u'#') ? numericEntity(name.sliced(1)) : namedEntity(name);
             out.append(decoded.isEmpty() ? QStringView(u"&") : QStringView(decoded));
             i = decoded.isEmpty() ? i + 1 : semicolon + 1;

@@ -145,7 +145,6 @@ bool VersionNumber::isValid(QStringView text)
         text = text.sliced(1);
     if (text.isEmpty() || !isDigit(text.front()))
         return false;
-    return std::all_of(text.begin(), text.end(), [](QChar c) {
-        return (c.unicode() < 128 && c.isLetterOrNumber()) || isSeparator(c) || c == u'+';
-    });
+    return std::all_of(text.begin(), text.end(),
+        [](QChar c) { return (c.unicode() < 128 && c.isLetterOrNumber()) || isSeparator(c) || c == u'+'; });
 }

@@ -101,7 +101,7 @@ void SoftwareUpdater::checkForUpdates()
         result.message = QStringLiteral("%1 cannot check for updates: %2.").arg(kProductName, m_unavailableReason);
         // Answered from the event loop, as a real check would be, so a caller can show
         // its dialog first and need not expect the answer inside this call.
-        QMetaObject::invokeMethod(this, [this, result] { finish(result); }, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, [this, result] { finish(result); });
         return;
     }
     if (isChecking()) {
@@ -198,8 +198,8 @@ void SoftwareUpdater::onRedirected(const QUrl& target)
 void SoftwareUpdater::checkSize(qint64 received, qint64 total)
 {
     if (m_reply && (received > kLargestResponse || total > kLargestResponse))
-        abortWith(QStringLiteral("The update feed could not be read: it is larger than %1 KB.")
-                      .arg(kLargestResponse / 1024));
+        abortWith(
+            QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(kLargestResponse / 1024));
 }
 
 void SoftwareUpdater::abortWith(const QString& message)
