@@ -304,7 +304,11 @@ void SoftwareUpdater::finish(const UpdateCheckResult& result)
         qCInfo(lcUpdates).noquote() << result.message;
         break;
     case UpdateCheckResult::Kind::Failed:
-        qCWarning(lcUpdates).noquote() << "Update check failed:" << result.message;
+        // Offline for a day is not worth a warning an hour; a failure someone waits for is.
+        if (result.interactive)
+            qCWarning(lcUpdates).noquote() << "Update check failed:" << result.message;
+        else
+            qCInfo(lcUpdates).noquote() << "Background update check failed:" << result.message;
         break;
     }
     Q_EMIT checkFinished(result);

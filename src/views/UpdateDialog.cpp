@@ -152,8 +152,11 @@ void UpdateDialog::setButtons(bool updateAvailable)
 
 void UpdateDialog::setUrlOpener(std::function<void(const QUrl&)> opener)
 {
-    if (opener)
-        m_openUrl = std::move(opener);
+    if (!opener) {
+        qCWarning(lcUpdates) << "Ignoring an empty way to open addresses; the desktop's browser stays";
+        return;
+    }
+    m_openUrl = std::move(opener);
 }
 
 void UpdateDialog::present()
