@@ -44,7 +44,7 @@ void readEverything(const Settings& settings, SettingsBackend& backend)
              &Keys::hideMenuBarIcon, &Keys::restoreSizeOnUnsnap, &Keys::spanAdjancedZones, &Keys::holdShiftToSnap,
              &Keys::enableGaps, &Keys::useSystemAccentColor})
         (void)settings.value(*key);
-    for (const DoubleKey* key : {&Keys::autoSpanDistance, &Keys::gapSize})
+    for (const DoubleKey* key : {&Keys::autoSpanDistance, &Keys::gapSize, &Keys::lastUpdateCheck})
         (void)settings.value(*key);
     (void)settings.effectiveGap();
     for (const ColorKey* key : {&Keys::customAccentColor, &Keys::zoneHighlightColor, &Keys::zoneBackgroundLightColor,

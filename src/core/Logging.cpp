@@ -19,6 +19,7 @@ Q_LOGGING_CATEGORY(lcZones, "parqueta.zones")
 Q_LOGGING_CATEGORY(lcOverlay, "parqueta.overlay")
 Q_LOGGING_CATEGORY(lcX11, "parqueta.x11")
 Q_LOGGING_CATEGORY(lcEditor, "parqueta.editor")
+Q_LOGGING_CATEGORY(lcUpdates, "parqueta.updates")
 
 namespace {
 

@@ -16,10 +16,6 @@
 
 namespace {
 
-// Every number stored here is a length in points (gaps, span distances). Nothing on a
-// desktop comes near a million points, so a larger value is damage, not a choice.
-constexpr double kLargestPlausibleNumber = 1e6;
-
 // The highlight colour of Qt's own Fusion palette, for when no GUI application exists.
 constexpr QRgb kFallbackAccent = 0xff308cc6;
 
@@ -37,9 +33,9 @@ QString describe(const QVariant& value)
     return text;
 }
 
-bool isPlausibleNumber(double value)
+bool isPlausibleNumber(double value, const DoubleKey& key)
 {
-    return std::isfinite(value) && std::abs(value) <= kLargestPlausibleNumber;
+    return std::isfinite(value) && std::abs(value) <= key.largestPlausible;
 }
 
 bool isMap(const QVariant& value)
@@ -87,6 +83,7 @@ QString nameOfStoredKey(const char* storedKey)
         {Keys::firstRun.name, Keys::firstRun.storedKey},
         {Keys::automaticUpdates.name, Keys::automaticUpdates.storedKey},
         {Keys::betaUpdates.name, Keys::betaUpdates.storedKey},
+        {Keys::lastUpdateCheck.name, Keys::lastUpdateCheck.storedKey},
         {Keys::launchAtLogin.name, Keys::launchAtLogin.storedKey},
         {Keys::hideMenuBarIcon.name, Keys::hideMenuBarIcon.storedKey},
         {Keys::restoreSizeOnUnsnap.name, Keys::restoreSizeOnUnsnap.storedKey},
@@ -152,7 +149,7 @@ double Settings::value(const DoubleKey& key) const
     const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
     if (!raw.isValid())
         return key.defaultValue;
-    if (isNumericVariant(raw) && isPlausibleNumber(raw.toDouble()))
+    if (isNumericVariant(raw) && isPlausibleNumber(raw.toDouble(), key))
         return raw.toDouble();
     reportProblem(key.storedKey, QStringLiteral("is not a usable number (%1); the default applies").arg(describe(raw)));
     return key.defaultValue;
@@ -179,7 +176,7 @@ void Settings::setValue(const BoolKey& key, bool value)
 void Settings::setValue(const DoubleKey& key, double value)
 {
     // Refused rather than stored: it would read back as the default anyway.
-    if (!isPlausibleNumber(value)) {
+    if (!isPlausibleNumber(value, key)) {
         qCWarning(lcSettings).noquote()
             << QStringLiteral("Refusing to store %1 as \"%2\"; the stored value is kept").arg(value).arg(key.name);
         return;

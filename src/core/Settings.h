@@ -21,7 +21,16 @@ template <typename T> struct SettingKey
 };
 
 using BoolKey = SettingKey<bool>;
-using DoubleKey = SettingKey<double>;
+
+// A number key also knows the largest magnitude that is still a value rather than damage:
+// lengths in points stay far below a million, a moment in seconds since 1970 does not.
+struct DoubleKey
+{
+    const char* name;
+    const char* storedKey;
+    double defaultValue;
+    double largestPlausible = 1e6;
+};
 
 // Colour defaults follow the system accent colour, so they are computed at each read.
 struct ColorKey
@@ -43,6 +52,8 @@ namespace Keys {
 extern const BoolKey firstRun;
 extern const BoolKey automaticUpdates;
 extern const BoolKey betaUpdates;
+// When the update feed last answered with a feed, in seconds since 1970 (0: never).
+extern const DoubleKey lastUpdateCheck;
 extern const BoolKey launchAtLogin;
 extern const BoolKey hideMenuBarIcon;
 extern const BoolKey restoreSizeOnUnsnap;

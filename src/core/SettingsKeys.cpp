@@ -46,6 +46,7 @@ namespace Keys {
 constinit const BoolKey firstRun {"firstRun", "firstRun", true};
 constinit const BoolKey automaticUpdates {"automaticUpdates", "automaticUpdates", true};
 constinit const BoolKey betaUpdates {"betaUpdates", "betaUpdates", false};
+constinit const DoubleKey lastUpdateCheck {"lastUpdateCheck", "lastUpdateCheck", 0.0, 1e11};
 constinit const BoolKey launchAtLogin {"launchAtLogin", "launchAtLogin", false};
 constinit const BoolKey hideMenuBarIcon {"hideMenuBarIcon", "hideMenuBarIcon", false};
 constinit const BoolKey restoreSizeOnUnsnap {"restoreSizeOnUnsnap", "restoreSizeOnUnsnap", true};

@@ -1,0 +1,315 @@
+#include "managers/SoftwareUpdater.h"
+
+#include "core/Logging.h"
+#include "core/Settings.h"
+#include "core/VersionNumber.h"
+
+#include <QDateTime>
+#include <QHostAddress>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+namespace {
+
+const QString kProductName = QStringLiteral("Parqueta");
+
+bool isLoopback(const QString& host)
+{
+    if (host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0)
+        return true;
+    const QHostAddress address(host);
+    return !address.isNull() && address.isLoopback();
+}
+
+// Why the address cannot be used for update checks; empty when it can.
+QString unusableReason(const QUrl& url)
+{
+    if (url.isEmpty())
+        return QStringLiteral("this build has no update address");
+    if (!url.isValid() || url.host().isEmpty())
+        return QStringLiteral("the update address \"%1\" is not a valid address").arg(url.toString());
+    if (url.scheme() == QLatin1String("https"))
+        return {};
+    // Plain http stays on this machine: tests and local mirrors, nothing that crosses a network.
+    if (url.scheme() == QLatin1String("http") && isLoopback(url.host()))
+        return {};
+    return QStringLiteral("the update address \"%1\" is not an https address").arg(url.toDisplayString());
+}
+
+} // namespace
+
+SoftwareUpdater::SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const QString& runningVersion,
+    QNetworkAccessManager* network, const QString& systemVersion, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_feedUrl(feedUrl)
+    , m_runningVersion(runningVersion)
+    , m_systemVersion(systemVersion)
+    , m_unavailableReason(unusableReason(feedUrl))
+    , m_network(network ? network : new QNetworkAccessManager(this))
+{
+    if (m_feedUrl.isEmpty())
+        qCInfo(lcUpdates).noquote() << "Update checks are off:" << m_unavailableReason;
+    else if (!isAvailable())
+        qCWarning(lcUpdates).noquote() << "Update checks are off:" << m_unavailableReason;
+    if (!VersionNumber::isValid(m_runningVersion))
+        qCWarning(lcUpdates).noquote() << QStringLiteral(
+            "The running version \"%1\" is not a version number; releases are compared with it as it stands")
+                                              .arg(m_runningVersion);
+
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this,
+        [this] { abortWith(QStringLiteral("The update server took too long to answer.")); });
+    m_deadline.setInterval(kDefaultTimeout);
+    m_schedule.setTimerType(Qt::VeryCoarseTimer);
+    m_schedule.setInterval(kRetryInterval);
+    connect(&m_schedule, &QTimer::timeout, this, &SoftwareUpdater::checkForUpdatesInBackground);
+    connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
+        if (name == QLatin1String(Keys::automaticUpdates.name))
+            followSchedule();
+    });
+}
+
+SoftwareUpdater::~SoftwareUpdater()
+{
+    // Whoever shares the network manager may outlive us; the transfer must not.
+    if (QNetworkReply* reply = m_reply) {
+        reply->disconnect(this);
+        reply->abort();
+        reply->deleteLater();
+    }
+}
+
+void SoftwareUpdater::setTimeout(std::chrono::milliseconds timeout)
+{
+    if (timeout.count() <= 0) {
+        qCWarning(lcUpdates) << "Ignoring an update-check timeout of" << timeout.count() << "ms; keeping"
+                             << m_deadline.interval() << "ms";
+        return;
+    }
+    m_deadline.setInterval(timeout);
+}
+
+void SoftwareUpdater::checkForUpdates()
+{
+    if (!isAvailable()) {
+        UpdateCheckResult result;
+        result.kind = UpdateCheckResult::Kind::Unavailable;
+        result.interactive = true;
+        result.runningVersion = m_runningVersion;
+        result.message = QStringLiteral("%1 cannot check for updates: %2.").arg(kProductName, m_unavailableReason);
+        // Answered from the event loop, as a real check would be, so a caller can show
+        // its dialog first and need not expect the answer inside this call.
+        QTimer::singleShot(0, this, [this, result] { finish(result); });
+        return;
+    }
+    if (isChecking()) {
+        m_interactive = true;
+        return;
+    }
+    start(true);
+}
+
+void SoftwareUpdater::checkForUpdatesInBackground()
+{
+    if (!m_settings.value(Keys::automaticUpdates)) {
+        qCDebug(lcUpdates) << "Automatic update checks are off";
+        return;
+    }
+    if (!isAvailable() || isChecking())
+        return;
+    const double last = m_settings.value(Keys::lastUpdateCheck);
+    const double now = double(QDateTime::currentSecsSinceEpoch());
+    const double interval = double(std::chrono::seconds(kCheckInterval).count());
+    // A last check in the future means the clock was wrong then or is now: check.
+    if (last > 0 && last <= now && now - last < interval) {
+        qCDebug(lcUpdates) << "The update feed was read" << qint64(now - last) << "s ago; not asking again yet";
+        return;
+    }
+    start(false);
+}
+
+void SoftwareUpdater::startScheduledChecks()
+{
+    m_scheduled = true;
+    followSchedule();
+}
+
+void SoftwareUpdater::followSchedule()
+{
+    const bool wanted = m_scheduled && isAvailable() && m_settings.value(Keys::automaticUpdates);
+    if (wanted && !m_schedule.isActive()) {
+        m_schedule.start();
+        checkForUpdatesInBackground();
+    } else if (!wanted && m_schedule.isActive()) {
+        qCInfo(lcUpdates) << "Automatic update checks stopped";
+        m_schedule.stop();
+    }
+}
+
+void SoftwareUpdater::start(bool interactive)
+{
+    m_interactive = interactive;
+    m_redirects = 0;
+    m_failure.clear();
+
+    QNetworkRequest request(m_feedUrl);
+    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("%1/%2").arg(kProductName, m_runningVersion));
+    request.setRawHeader("Accept", "application/rss+xml, application/xml;q=0.9, text/xml;q=0.8");
+    // Each hop is looked at before it is taken: only to https, and only so many.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::UserVerifiedRedirectPolicy);
+    request.setMaximumRedirectsAllowed(kMostRedirects);
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    // A compressed answer is counted as it unpacks, but need not unpack far to be refused.
+    request.setDecompressedSafetyCheckThreshold(kLargestResponse);
+
+    qCInfo(lcUpdates).noquote() << (interactive ? "Checking" : "Checking in the background") << "for updates at"
+                                << m_feedUrl.toDisplayString();
+    QNetworkReply* reply = m_network->get(request);
+    m_reply = reply;
+    connect(reply, &QNetworkReply::redirected, this, &SoftwareUpdater::onRedirected);
+    connect(reply, &QNetworkReply::downloadProgress, this, &SoftwareUpdater::checkSize);
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] { checkSize(reply->bytesAvailable(), -1); });
+    connect(reply, &QNetworkReply::finished, this, &SoftwareUpdater::onFinished);
+    m_deadline.start();
+}
+
+void SoftwareUpdater::onRedirected(const QUrl& target)
+{
+    if (!m_reply)
+        return;
+    if (++m_redirects > kMostRedirects) {
+        abortWith(QStringLiteral("The update server redirected more than %1 times.").arg(kMostRedirects));
+        return;
+    }
+    if (target.scheme() != QLatin1String("https") || target.host().isEmpty()) {
+        abortWith(QStringLiteral("The update server redirected to an address that is not secure: %1.")
+                      .arg(target.toDisplayString()));
+        return;
+    }
+    qCInfo(lcUpdates).noquote() << "The update feed moved to" << target.toDisplayString();
+    Q_EMIT m_reply->redirectAllowed();
+}
+
+void SoftwareUpdater::checkSize(qint64 received, qint64 total)
+{
+    if (m_reply && (received > kLargestResponse || total > kLargestResponse))
+        abortWith(
+            QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(kLargestResponse / 1024));
+}
+
+void SoftwareUpdater::abortWith(const QString& message)
+{
+    if (!m_reply)
+        return;
+    if (m_failure.isEmpty())
+        m_failure = message;
+    // Emits finished() at once, which ends the check.
+    m_reply->abort();
+}
+
+void SoftwareUpdater::onFinished()
+{
+    QNetworkReply* reply = m_reply;
+    if (!reply)
+        return;
+    m_reply = nullptr;
+    m_deadline.stop();
+    reply->disconnect(this);
+    reply->deleteLater();
+
+    UpdateCheckResult result;
+    if (!m_failure.isEmpty()) {
+        result.message = m_failure;
+    } else if (reply->error() != QNetworkReply::NoError) {
+        result.message = QStringLiteral("Could not reach the update server: %1.").arg(reply->errorString());
+    } else {
+        const QByteArray document = reply->read(kLargestResponse + 1);
+        if (document.size() > kLargestResponse)
+            result.message = QStringLiteral("The update feed could not be read: it is larger than %1 KB.")
+                                 .arg(kLargestResponse / 1024);
+        else
+            result = resultFor(document);
+    }
+    result.interactive = m_interactive;
+    result.runningVersion = m_runningVersion;
+    finish(result);
+}
+
+UpdateCheckResult SoftwareUpdater::resultFor(const QByteArray& document)
+{
+    UpdateCheckResult result;
+    const Appcast feed = Appcast::parse(document);
+    if (!feed.ok()) {
+        result.message = QStringLiteral("The update feed could not be read: %1.").arg(feed.error);
+        return result;
+    }
+    for (const QString& problem : feed.problems)
+        qCWarning(lcUpdates).noquote() << "Update feed:" << problem;
+    // The feed was read: that is a check done, whatever it offers.
+    m_settings.setValue(Keys::lastUpdateCheck, double(QDateTime::currentSecsSinceEpoch()));
+
+    result.item = chooseUpdate(feed.items);
+    if (result.item) {
+        result.kind = UpdateCheckResult::Kind::UpdateAvailable;
+        result.message = QStringLiteral("%1 %2 is available — you have %3.")
+                             .arg(kProductName, result.item->displayVersion(), m_runningVersion);
+    } else {
+        result.kind = UpdateCheckResult::Kind::UpToDate;
+        result.message = QStringLiteral("%1 %2 is the newest version available.").arg(kProductName, m_runningVersion);
+    }
+    return result;
+}
+
+// Sparkle's rules: an item on a channel reaches only those on that channel (here: beta,
+// for whoever asked for beta updates), and a release needing a newer system is not offered.
+std::optional<AppcastItem> SoftwareUpdater::chooseUpdate(const QList<AppcastItem>& items) const
+{
+    const bool beta = m_settings.value(Keys::betaUpdates);
+    std::optional<AppcastItem> best;
+    for (const AppcastItem& item : items) {
+        const QString version = item.displayVersion();
+        if (!item.channel.isEmpty() && item.channel != QLatin1String("beta")) {
+            qCInfo(lcUpdates).noquote() << "Skipping" << version << "on the unknown channel" << item.channel;
+            continue;
+        }
+        if (!beta && item.isPrerelease()) {
+            qCDebug(lcUpdates).noquote() << "Skipping the pre-release" << version << "(beta updates are off)";
+            continue;
+        }
+        if (!m_systemVersion.isEmpty() && !item.minimumSystemVersion.isEmpty()
+            && VersionNumber::compare(m_systemVersion, item.minimumSystemVersion) < 0) {
+            qCInfo(lcUpdates).noquote() << "Skipping" << version << "- it needs system version"
+                                        << item.minimumSystemVersion << "and this is" << m_systemVersion;
+            continue;
+        }
+        if (!best || VersionNumber::compare(version, best->displayVersion()) > 0)
+            best = item;
+    }
+    if (best && VersionNumber::compare(best->displayVersion(), m_runningVersion) > 0)
+        return best;
+    return std::nullopt;
+}
+
+void SoftwareUpdater::finish(const UpdateCheckResult& result)
+{
+    switch (result.kind) {
+    case UpdateCheckResult::Kind::UpToDate:
+    case UpdateCheckResult::Kind::UpdateAvailable:
+    case UpdateCheckResult::Kind::Unavailable:
+        qCInfo(lcUpdates).noquote() << result.message;
+        break;
+    case UpdateCheckResult::Kind::Failed:
+        // Offline for a day is not worth a warning an hour; a failure someone waits for is.
+        if (result.interactive)
+            qCWarning(lcUpdates).noquote() << "Update check failed:" << result.message;
+        else
+            qCInfo(lcUpdates).noquote() << "Background update check failed:" << result.message;
+        break;
+    }
+    Q_EMIT checkFinished(result);
+}
