@@ -6,6 +6,7 @@
 #include "managers/GlobalShortcuts.h"
 #include "managers/LayoutManager.h"
 #include "managers/ScreenManager.h"
+#include "managers/SoftwareUpdater.h"
 #include "managers/WindowDragMonitor.h"
 #include "managers/WindowManager.h"
 #include "managers/ZoneGestureMonitor.h"
@@ -23,6 +24,7 @@
 #include "views/LayoutsSettingsView.h"
 #include "views/MoreSettingsView.h"
 #include "views/SettingsWindow.h"
+#include "views/UpdateDialog.h"
 #include "views/ShortcutRecorder.h"
 #include "views/ZoneEditorManager.h"
 #include "views/ZoneManagerOverlayEngine.h"
@@ -55,6 +57,10 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_gestureMonitor = std::make_unique<ZoneGestureMonitor>(*m_dragMonitor, platform.input(), settings);
     m_overlays = std::make_unique<ZonesOverlayFactory>(*m_screens, settings, platform.desktopEffects());
     m_statusMenu = std::make_unique<StatusMenu>(settings, m_options.communityUrl);
+    m_updater = std::make_unique<SoftwareUpdater>(settings, m_options.updateFeed, m_options.runningVersion);
+    m_statusMenu->setUpdatesAvailable(m_updater->isAvailable());
+    connect(m_statusMenu.get(), &StatusMenu::updateCheckRequested, this, &Application::checkForUpdates);
+    connect(m_updater.get(), &SoftwareUpdater::checkFinished, this, &Application::handleUpdateCheck);
 
     // Shortcuts that cannot be had are told to the user once, not only logged; the
     // tray must exist before the six are registered.
@@ -86,6 +92,11 @@ Application::Application(Platform& platform, Settings& settings, Options options
     connect(m_statusMenu.get(), &StatusMenu::settingsRequested, this, &Application::openSettings);
     connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &Application::quit);
     connect(m_statusMenu.get(), &StatusMenu::notificationClicked, this, [this] {
+        if (m_announcedUpdate) {
+            updateDialog().showResult(*m_announcedUpdate);
+            updateDialog().present();
+            return;
+        }
         if (!m_noticeIsAboutShortcuts)
             return;
         openSettings();
@@ -121,6 +132,10 @@ void Application::start()
         qCInfo(lcApp) << "First run: installing the preset layouts";
         m_layouts->setDefaultLayouts();
     }
+
+    // At launch when automaticUpdates is on, then at most once a day.
+    if (m_updater->isAvailable())
+        m_updater->startScheduledChecks();
 
     connect(m_screens.get(), &ScreenManager::displayReconfiguration, this, &Application::handleDisplayReconfiguration);
     giveEveryScreenALayout();
@@ -206,7 +221,14 @@ SettingsWindow& Application::settingsWindow()
             },
             m_options.versionText, m_platform.reopenPlace()};
         m_settingsWindow = std::make_unique<SettingsWindow>(services);
-        m_settingsWindow->more().setUpdatesAvailable(false, tr("Updates are not checked by this build."));
+        if (m_updater->isAvailable())
+            m_settingsWindow->more().setUpdatesAvailable(true);
+        else
+            m_settingsWindow->more().setUpdatesAvailable(false,
+                tr("This build does not look for updates itself: they come with your system's package manager, "
+                   "like the rest of your software."));
+        connect(&m_settingsWindow->more(), &MoreSettingsView::checkForUpdatesRequested, this,
+            &Application::checkForUpdates);
         connect(m_settingsWindow.get(), &SettingsWindow::quitRequested, this, &Application::quit);
         // A closed window is let go: it is opened seldom, and its widgets, pictures and
         // fonts are memory a tray utility should not keep for the rest of the session.
@@ -293,6 +315,34 @@ void Application::showAbout()
     m_about->present();
 }
 
+UpdateDialog& Application::updateDialog()
+{
+    if (!m_updateDialog)
+        m_updateDialog = std::make_unique<UpdateDialog>();
+    return *m_updateDialog;
+}
+
+void Application::checkForUpdates()
+{
+    updateDialog().showChecking();
+    updateDialog().present();
+    m_updater->checkForUpdates();
+}
+
+void Application::handleUpdateCheck(const UpdateCheckResult& result)
+{
+    if (result.interactive) {
+        updateDialog().showResult(result);
+        return;
+    }
+    // A background check speaks only when there is something new; its failures are logged.
+    if (result.kind != UpdateCheckResult::Kind::UpdateAvailable)
+        return;
+    m_announcedUpdate = std::make_unique<UpdateCheckResult>(result);
+    m_noticeIsAboutShortcuts = false;
+    m_statusMenu->notify(tr("An update is available"), result.message + tr(" Click for details."));
+}
+
 void Application::queueShortcutNotice(const QString& notice)
 {
     m_pendingNotices.append(notice);
@@ -305,6 +355,7 @@ void Application::flushShortcutNotices()
     if (m_pendingNotices.isEmpty())
         return;
     m_noticeIsAboutShortcuts = true;
+    m_announcedUpdate.reset();
     m_statusMenu->notify(tr("Some shortcuts are unavailable"), m_pendingNotices.join(QLatin1Char('\n')));
     m_pendingNotices.clear();
 }
@@ -328,6 +379,7 @@ void Application::shutDown()
     // The debug window reads the engine; it goes before the engine does.
     m_debugWindow.reset();
     m_onboarding.reset();
+    m_updateDialog.reset();
     m_zones->removeOverlayWindows();
     m_gestureMonitor->stopMonitoring();
     m_zoneMonitor->stopMonitoring();

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QUrl>
 
 #include <memory>
 
@@ -40,6 +41,10 @@ public:
         QString communityUrl;
         // "0.1.0 (57)", with "-beta" for a pre-release build.
         QString versionText;
+        // "0.1.0" or "0.1.0-beta": what update feeds are compared with.
+        QString runningVersion;
+        // The appcast; empty: updates come from elsewhere (a package manager).
+        QUrl updateFeed;
     };
 
     Application(Platform& platform, Settings& settings, Options options, QObject* parent = nullptr);
@@ -79,6 +84,10 @@ private:
     void flushShortcutNotices();
     void fillLayoutsMenu();
     void applyLoginItem();
+    // "Check for updates…" from the tray or the More tab: the dialog shows the answer.
+    void checkForUpdates();
+    void handleUpdateCheck(const struct UpdateCheckResult& result);
+    class UpdateDialog& updateDialog();
     class SettingsWindow& settingsWindow();
 
     Platform& m_platform;
@@ -105,6 +114,10 @@ private:
     std::unique_ptr<class SettingsWindow> m_settingsWindow;
     std::unique_ptr<class OnboardingWindow> m_onboarding;
     std::unique_ptr<class DebugWindow> m_debugWindow;
+    std::unique_ptr<class SoftwareUpdater> m_updater;
+    std::unique_ptr<class UpdateDialog> m_updateDialog;
+    // A background check found this; clicking its notice shows it.
+    std::unique_ptr<struct UpdateCheckResult> m_announcedUpdate;
     // The last notice was about shortcuts: clicking it opens their tab.
     bool m_noticeIsAboutShortcuts = false;
 };

@@ -98,5 +98,5 @@ void StatusMenu::applyIconVisibility()
 
 void StatusMenu::setUpdatesAvailable(bool available)
 {
-    m_updates->setEnabled(available);
+    m_updates->setVisible(available);
 }

@@ -22,7 +22,8 @@ public:
     QMenu* menu() const { return m_menu; }
     // Filled by whoever knows the layouts each time it is about to show.
     QMenu* layoutsMenu() const { return m_layouts; }
-    // Without an update service the item stays, disabled.
+    // Without an update service (a build whose updates come from the package manager)
+    // the item is hidden.
     void setUpdatesAvailable(bool available);
     // Whether the icon is in the tray now (the user may hide it; a desktop may have no tray).
     bool isIconVisible() const;

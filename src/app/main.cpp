@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -105,6 +106,8 @@ int main(int argc, char** argv)
     Application::Options options;
     options.launchedAsLoginItem = launch.loginItem;
     options.showOnboarding = !launch.noOnboarding;
+    options.updateFeed = QUrl(QStringLiteral(PARQUETA_UPDATE_FEED_URL));
+    options.runningVersion = QStringLiteral(PARQUETA_VERSION) + (PARQUETA_PRERELEASE ? QStringLiteral("-beta") : QString());
     options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
     options.versionText
         = QStringLiteral("%1%2 (%3)")

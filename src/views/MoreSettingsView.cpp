@@ -49,7 +49,7 @@ MoreSettingsView::MoreSettingsView(SettingsBinder& binder, const QString& versio
 
 void MoreSettingsView::setUpdatesAvailable(bool available, const QString& note)
 {
-    m_updates->setEnabled(available);
+    m_updates->setVisible(available);
     m_note->setText(note);
     m_note->setVisible(!note.isEmpty());
 }

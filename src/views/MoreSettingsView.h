@@ -14,8 +14,8 @@ public:
     // versionText: "0.1.0 (57)", with "-beta" for a pre-release build.
     MoreSettingsView(SettingsBinder& binder, const QString& versionText, QWidget* parent = nullptr);
 
-    // Without an update service the controls stay visible but disabled, and note says
-    // where updates come from instead.
+    // Without an update service the controls are hidden, and note says where updates
+    // come from instead.
     void setUpdatesAvailable(bool available, const QString& note = {});
 
 Q_SIGNALS:
