@@ -89,6 +89,14 @@ TEST_F(FirstRunAndDiagnostics, TheGuideWorksByKeyboardAndItsChoiceReachesEverySc
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right); // past the last: stays
     EXPECT_EQ(activeIndexes(), (QList<int> {2, 2}));
 
+    // Left open while a monitor goes and comes back, the guide still acts on what is there.
+    const QList<DisplayInfo> both = displays.displays();
+    displays.changeDisplays({both.at(1)});
+    guide.model().choose(DefaultLayoutType::vertical);
+    displays.changeDisplays(both);
+    EXPECT_EQ(activeIndexes(), (QList<int> {2, 0}));
+    guide.model().choose(DefaultLayoutType::doubleRightT);
+
     // A screen whose catalogue is no longer the three presets stops the walk there.
     const Screen right = screens.screens().at(1);
     LayoutList grown = layouts.layouts(right);
