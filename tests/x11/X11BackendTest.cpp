@@ -236,7 +236,13 @@ TEST_F(X11Test, LookupsFocusAndWindowTypes)
         EXPECT_TRUE(report.findings.join(' ').contains(QString::fromUtf8(row.finding)))
             << report.findings.join('\n').toStdString();
     }
-    const std::optional<WindowFacts> terminal = control.facts(*X11WindowControl::handleFor(second));
+    // The placement is judged once the window manager has had its say (a timer).
+    std::optional<WindowFacts> terminal;
+    EXPECT_TRUE(VirtualDesktop::waitUntil([&] {
+        terminal = control.facts(*X11WindowControl::handleFor(second));
+        return terminal && terminal->lastPlacement;
+    }));
+    ASSERT_TRUE(terminal);
     EXPECT_EQ(terminal->className, "XTerm");
     EXPECT_EQ(terminal->title, "second");
     ASSERT_TRUE(terminal->lastPlacement) << "the move at the start of this test";
