@@ -92,15 +92,8 @@ Application::Application(Platform& platform, Settings& settings, Options options
     connect(m_statusMenu.get(), &StatusMenu::settingsRequested, this, &Application::openSettings);
     connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &Application::quit);
     connect(m_statusMenu.get(), &StatusMenu::notificationClicked, this, [this] {
-        if (m_announcedUpdate) {
-            updateDialog().showResult(*m_announcedUpdate);
-            updateDialog().present();
-            return;
-        }
-        if (!m_noticeIsAboutShortcuts)
-            return;
-        openSettings();
-        settingsWindow().showTab(SettingsWindow::Tab::Shortcuts);
+        if (m_noticeClicked)
+            m_noticeClicked();
     });
     connect(m_statusMenu->layoutsMenu(), &QMenu::aboutToShow, this, &Application::fillLayoutsMenu);
     connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
@@ -154,10 +147,11 @@ void Application::start()
     } else if (trayless) {
         qCInfo(lcApp) << "Started at login without a tray icon: launch Parqueta again to open its settings";
     }
-    // The guide comes last, so it stands in front of the settings window.
-    if (firstRun && m_options.showOnboarding) {
-        openOnboarding();
-    } else if (firstRun) {
+    if (firstRun) {
+        // The guide comes last, so it stands in front of the settings window.
+        if (m_options.showOnboarding)
+            openOnboarding();
+        // Written as soon as the guide shows, so a crash during it does not show it again.
         m_settings.setValue(Keys::firstRun, false);
         m_settings.sync();
     }
@@ -174,9 +168,6 @@ void Application::openOnboarding()
         });
     }
     m_onboarding->present();
-    // Written as soon as the guide shows, so a crash during it does not show it again.
-    m_settings.setValue(Keys::firstRun, false);
-    m_settings.sync();
 }
 
 void Application::openDebugWindow()
@@ -338,8 +329,10 @@ void Application::handleUpdateCheck(const UpdateCheckResult& result)
     // A background check speaks only when there is something new; its failures are logged.
     if (result.kind != UpdateCheckResult::Kind::UpdateAvailable)
         return;
-    m_announcedUpdate = std::make_unique<UpdateCheckResult>(result);
-    m_noticeIsAboutShortcuts = false;
+    m_noticeClicked = [this, result] {
+        updateDialog().showResult(result);
+        updateDialog().present();
+    };
     m_statusMenu->notify(tr("An update is available"), result.message + tr(" Click for details."));
 }
 
@@ -354,8 +347,10 @@ void Application::flushShortcutNotices()
 {
     if (m_pendingNotices.isEmpty())
         return;
-    m_noticeIsAboutShortcuts = true;
-    m_announcedUpdate.reset();
+    m_noticeClicked = [this] {
+        openSettings();
+        settingsWindow().showTab(SettingsWindow::Tab::Shortcuts);
+    };
     m_statusMenu->notify(tr("Some shortcuts are unavailable"), m_pendingNotices.join(QLatin1Char('\n')));
     m_pendingNotices.clear();
 }

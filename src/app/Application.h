@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 class AboutWindow;
@@ -116,8 +117,6 @@ private:
     std::unique_ptr<class DebugWindow> m_debugWindow;
     std::unique_ptr<class SoftwareUpdater> m_updater;
     std::unique_ptr<class UpdateDialog> m_updateDialog;
-    // A background check found this; clicking its notice shows it.
-    std::unique_ptr<struct UpdateCheckResult> m_announcedUpdate;
-    // The last notice was about shortcuts: clicking it opens their tab.
-    bool m_noticeIsAboutShortcuts = false;
+    // What clicking the last tray notice leads to: the shortcuts' tab, or the update found.
+    std::function<void()> m_noticeClicked;
 };

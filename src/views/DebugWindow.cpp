@@ -114,7 +114,7 @@ void DebugWindow::refresh()
         if ((*it)->isExpanded())
             expanded.insert((*it)->data(0, kPathRole).toString());
     }
-    const int scroll = m_tree->verticalScrollBar() ? m_tree->verticalScrollBar()->value() : 0;
+    const int scroll = m_tree->verticalScrollBar()->value();
     m_tree->setUpdatesEnabled(false);
     m_tree->clear();
     fill(nullptr, m_model.snapshot(), QString(), expanded);

@@ -60,7 +60,6 @@ std::shared_ptr<Layout> OnboardingViewModel::preview(DefaultLayoutType type)
 
 void OnboardingViewModel::readChosen()
 {
-    // Screens may have changed since the guide opened: read, never remember, them.
     const QList<Screen> screens = m_screens.screens();
     m_chosen.reset();
     if (screens.isEmpty())

@@ -168,9 +168,7 @@ public:
         }
         GestureDriver::pump(250);
         screenshot(QStringLiteral("18-about.png"), m_desktop.visibleFrame(about).value_or(QRect()));
-        input.keyDown(Keysym::AltL);
-        input.tap(uint32_t('d'));
-        input.keyUp(Keysym::AltL);
+        input.tapWith(Keysym::AltL, uint32_t('d'));
         const xcb_window_t debug = m_desktop.waitForWindow({}, QStringLiteral("Parqueta Debug"));
         std::printf("Debug window from About: %s\n", debug ? "shown" : "NOT SHOWN");
         if (debug == XCB_WINDOW_NONE || !m_driver.activate(debug)) {
@@ -179,9 +177,7 @@ public:
         }
         GestureDriver::pump(700);
         screenshot(QStringLiteral("19-debug-window.png"), m_desktop.visibleFrame(debug).value_or(QRect()));
-        input.keyDown(Keysym::AltL);
-        input.tap(uint32_t('w'));
-        input.keyUp(Keysym::AltL);
+        input.tapWith(Keysym::AltL, uint32_t('w'));
         GestureDriver::pump(300);
         const std::optional<QRect> terminal = m_driver.frameOf(m_xterm);
         if (terminal) {
@@ -209,9 +205,7 @@ public:
             = {"11-settings-general", "12-settings-layouts", "13-settings-shortcuts", "14-settings-more"};
         XTestInput& input = m_driver.input();
         for (int tab = 0; tab < 4; ++tab) {
-            input.keyDown(Keysym::ControlL);
-            input.tap(uint32_t('1' + tab));
-            input.keyUp(Keysym::ControlL);
+            input.tapWith(Keysym::ControlL, uint32_t('1' + tab));
             GestureDriver::pump(250);
             screenshot(QString::fromLatin1(names[tab]) + QString::fromLatin1(variant) + QStringLiteral(".png"),
                 m_desktop.visibleFrame(window).value_or(QRect()));

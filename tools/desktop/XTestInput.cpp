@@ -92,3 +92,10 @@ bool XTestInput::tap(uint32_t keysym)
 {
     return keyDown(keysym) && keyUp(keysym);
 }
+
+bool XTestInput::tapWith(uint32_t modifier, uint32_t keysym)
+{
+    const bool held = keyDown(modifier);
+    const bool tapped = tap(keysym);
+    return keyUp(modifier) && held && tapped;
+}

@@ -49,6 +49,8 @@ public:
     bool keyDown(uint32_t keysym);
     bool keyUp(uint32_t keysym);
     bool tap(uint32_t keysym);
+    // keysym tapped while modifier is held (Alt+D, Ctrl+1).
+    bool tapWith(uint32_t modifier, uint32_t keysym);
 
 private:
     void fake(uint8_t type, uint8_t detail, int16_t x = 0, int16_t y = 0, xcb_window_t root = XCB_WINDOW_NONE);

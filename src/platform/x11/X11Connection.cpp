@@ -7,6 +7,8 @@
 #include <QSocketNotifier>
 #include <QThread>
 
+#include <xcb/xcb_icccm.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -142,6 +144,21 @@ QByteArray X11Connection::propertyText(xcb_window_t window, xcb_atom_t property)
         text = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
     std::free(reply);
     return text;
+}
+
+std::optional<X11Connection::WindowClass> X11Connection::windowClass(xcb_window_t window)
+{
+    if (!isValid() || window == XCB_WINDOW_NONE)
+        return std::nullopt;
+    xcb_icccm_get_wm_class_reply_t reply;
+    xcb_generic_error_t* error = nullptr;
+    if (!xcb_icccm_get_wm_class_reply(m_connection, xcb_icccm_get_wm_class(m_connection, window), &reply, &error)) {
+        checkError(error, "GetProperty(WM_CLASS)");
+        return std::nullopt;
+    }
+    WindowClass result {QString::fromLocal8Bit(reply.instance_name), QString::fromLocal8Bit(reply.class_name)};
+    xcb_icccm_get_wm_class_reply_wipe(&reply);
+    return result;
 }
 
 bool X11Connection::selectEvents(xcb_window_t window, uint32_t mask)

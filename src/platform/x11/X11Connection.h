@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QObject>
 #include <QPointF>
+#include <QString>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
@@ -55,6 +56,13 @@ public:
     std::optional<std::vector<uint32_t>> property32(xcb_window_t window, xcb_atom_t property);
     // A text property (UTF-8 or Latin-1 as the property says); empty when unset.
     QByteArray propertyText(xcb_window_t window, xcb_atom_t property);
+    // WM_CLASS: the instance and the class name; absent when unset or the window is gone.
+    struct WindowClass
+    {
+        QString instance;
+        QString className;
+    };
+    std::optional<WindowClass> windowClass(xcb_window_t window);
 
     // Selects core events (XCB_EVENT_MASK_...) on a window, adding to what was selected
     // before through this connection: every part of Parqueta shares the connection, and

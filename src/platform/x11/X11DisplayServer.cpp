@@ -241,25 +241,11 @@ X11DisplayIdentity::MonitorIdentity X11DisplayServer::identityOf(const Monitor& 
 
 QList<quint32> X11DisplayServer::property32(xcb_window_t window, xcb_atom_t property, bool* windowGone)
 {
-    QList<quint32> values;
-    xcb_connection_t* c = m_connection.connection();
-    xcb_generic_error_t* error = nullptr;
-    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024), &error));
-    if (error) {
-        if (windowGone)
-            *windowGone = error->error_code == XCB_WINDOW;
-        std::free(error);
-        return values;
-    }
-    if (!reply || reply->format != 32)
-        return values;
-    const auto* data = static_cast<const quint32*>(xcb_get_property_value(reply.get()));
-    const int count = xcb_get_property_value_length(reply.get()) / 4;
-    values.reserve(count);
-    for (int i = 0; i < count; ++i)
-        values << data[i];
-    return values;
+    const std::optional<std::vector<uint32_t>> values = m_connection.property32(window, property);
+    // With a real atom, no answer means the window is no more.
+    if (windowGone)
+        *windowGone = !values && property != XCB_ATOM_NONE;
+    return values ? QList<quint32>(values->begin(), values->end()) : QList<quint32>();
 }
 
 QList<xcb_window_t> X11DisplayServer::strutCandidates(QList<QRect>& panels)

@@ -12,7 +12,6 @@
 #include <QCoreApplication>
 #include <QFile>
 
-#include <xcb/xcb_icccm.h>
 
 #include <cstdlib>
 #include <memory>
@@ -108,13 +107,8 @@ QString X11Platform::clientName(xcb_window_t window)
     const QString name = QString::fromUtf8(m_connection->propertyText(window, m_connection->ewmh()->_NET_WM_NAME));
     if (!name.isEmpty())
         return name;
-    xcb_connection_t* c = m_connection->connection();
-    xcb_icccm_get_wm_class_reply_t wmClass;
-    if (!xcb_icccm_get_wm_class_reply(c, xcb_icccm_get_wm_class(c, window), &wmClass, nullptr))
-        return {};
-    const QString className = QString::fromLocal8Bit(wmClass.class_name);
-    xcb_icccm_get_wm_class_reply_wipe(&wmClass);
-    return className;
+    const std::optional<X11Connection::WindowClass> wmClass = m_connection->windowClass(window);
+    return wmClass ? wmClass->className : QString();
 }
 
 QString X11Platform::processName(xcb_window_t window)

@@ -114,11 +114,9 @@ std::optional<WindowFacts> X11WindowInspector::facts(xcb_window_t window)
     if (facts.title.isEmpty())
         facts.title = QString::fromLocal8Bit(m_connection.propertyText(window, XCB_ATOM_WM_NAME));
 
-    xcb_icccm_get_wm_class_reply_t wmClass;
-    if (xcb_icccm_get_wm_class_reply(c, xcb_icccm_get_wm_class(c, window), &wmClass, nullptr)) {
-        facts.className = QString::fromLocal8Bit(wmClass.class_name);
-        facts.instanceName = QString::fromLocal8Bit(wmClass.instance_name);
-        xcb_icccm_get_wm_class_reply_wipe(&wmClass);
+    if (const std::optional<X11Connection::WindowClass> wmClass = m_connection.windowClass(window)) {
+        facts.className = wmClass->className;
+        facts.instanceName = wmClass->instance;
     }
     xcb_size_hints_t hints;
     if (xcb_icccm_get_wm_normal_hints_reply(c, xcb_icccm_get_wm_normal_hints(c, window), &hints, nullptr)) {

@@ -1,30 +1,13 @@
 // The engine on the platform fakes: which drags become zone gestures, which zones the
 // pointer is in, and what a snap, an unsnap and the six window shortcuts do to windows.
-#include "FakePlatform.h"
-#include "FakeWindowControl.h"
+#include "FakeEngine.h"
 #include "TestSupport.h"
-#include "core/MemorySettingsBackend.h"
-#include "core/Settings.h"
-#include "managers/GlobalShortcuts.h"
-#include "managers/LayoutManager.h"
-#include "managers/OverlayWindow.h"
-#include "managers/ScreenManager.h"
-#include "managers/WindowDragMonitor.h"
-#include "managers/WindowManager.h"
-#include "managers/ZoneGestureMonitor.h"
-#include "managers/ZoneManager.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using Call = FakeWindowControl::Call;
-
-// Overlays are the view layer's (tested there and end to end); here every screen gets none.
-struct NoOverlays final : OverlayFactory
-{
-    std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override { return nullptr; }
-};
 
 const Qt::KeyboardModifiers kPrimary = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
 const KeyCombination kCycleLeft(kPrimary, Qt::Key_Left), kCycleRight(kPrimary, Qt::Key_Right);
@@ -35,7 +18,7 @@ const KeyCombination kSpanRight(kPrimary | Qt::ShiftModifier, Qt::Key_Right);
 // LEFT is the primary with a 30-point panel along its top; RIGHT stands beside it with a
 // 40-point panel along its bottom. Each has zones "1" | "2" | "3" of 400, 400 and 480
 // points, the full height of its visible frame. Window 7 is 500 x 400.
-class Engine : public ::testing::Test
+class Engine : public ::testing::Test, protected FakeEngine
 {
 protected:
     Engine()
@@ -99,19 +82,6 @@ protected:
         input.moveBy(dx, 0);
     }
 
-    FakeDisplayServer displays;
-    FakeWindowControl control;
-    FakeGlobalInput input;
-    FakeHotkeyBackend hotkeys;
-    NoOverlays overlays;
-    Settings settings {std::make_unique<MemorySettingsBackend>()};
-    ScreenManager screens {displays, settings};
-    GlobalShortcuts shortcuts {hotkeys, settings};
-    LayoutManager layouts {settings, screens, shortcuts};
-    WindowManager windows {control, WindowManager::screenLocator(screens)};
-    WindowDragMonitor dragMonitor {input, windows};
-    ZoneGestureMonitor gestures {dragMonitor, input, settings};
-    ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};
     Screen left, right;
 };
 

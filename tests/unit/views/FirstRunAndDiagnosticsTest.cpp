@@ -1,19 +1,8 @@
 // The first-run guide walked with the keyboard, its layout choice on every screen; the
 // debug window over a live engine while windows and screens vanish, and its "Why won't
 // this window snap?" for the windows users ask about.
-#include "FakePlatform.h"
-#include "FakeWindowControl.h"
+#include "FakeEngine.h"
 #include "TestSupport.h"
-#include "core/MemorySettingsBackend.h"
-#include "core/Settings.h"
-#include "managers/GlobalShortcuts.h"
-#include "managers/LayoutManager.h"
-#include "managers/OverlayWindow.h"
-#include "managers/ScreenManager.h"
-#include "managers/WindowDragMonitor.h"
-#include "managers/WindowManager.h"
-#include "managers/ZoneGestureMonitor.h"
-#include "managers/ZoneManager.h"
 #include "models/Layout.h"
 #include "views/DebugWindow.h"
 #include "views/OnboardingWindow.h"
@@ -26,14 +15,9 @@
 
 namespace {
 
-struct NoOverlays final : OverlayFactory
-{
-    std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override { return nullptr; }
-};
-
 const QRectF kLeft(0, 0, 1280, 1080), kRight(1280, 0, 1280, 1080);
 
-class FirstRunAndDiagnostics : public ::testing::Test
+class FirstRunAndDiagnostics : public ::testing::Test, protected FakeEngine
 {
 protected:
     void SetUp() override
@@ -58,20 +42,7 @@ protected:
     }
     QString snapshotText() { return DebugViewModel::toText(debug.model().snapshot()); }
 
-    FakeDisplayServer displays;
-    FakeWindowControl control;
-    FakeGlobalInput input;
-    FakeHotkeyBackend hotkeys;
-    NoOverlays overlays;
-    Settings settings {std::make_unique<MemorySettingsBackend>()};
-    ScreenManager screens {displays, settings};
-    GlobalShortcuts shortcuts {hotkeys, settings};
-    LayoutManager layouts {settings, screens, shortcuts};
-    WindowManager windows {control, WindowManager::screenLocator(screens)};
-    WindowDragMonitor drags {input, windows};
-    ZoneGestureMonitor gestures {drags, input, settings};
-    ZoneManager zones {screens, layouts, windows, gestures, shortcuts, settings, overlays};
-    DebugWindow debug {{screens, layouts, zones, windows, gestures, drags, shortcuts,
+    DebugWindow debug {{screens, layouts, zoneManager, windows, gestures, dragMonitor, shortcuts,
         [] { return DesktopFacts {{QStringLiteral("Window manager"), QStringLiteral("Openbox")}}; }}};
 };
 
@@ -132,7 +103,7 @@ TEST_F(FirstRunAndDiagnostics, TheDebugWindowFollowsTheEngineAndExplainsWindows)
     control.addWindow(7, QRectF(100, 100, 500, 400), "XTerm");
     const WindowPtr seven = windows.windowFrom(FakeWindowControl::handleFor(7));
     const Screen left = screens.screens().at(0);
-    zones.snap(seven, {layouts.activeFor(left)->zones().front()});
+    zoneManager.snap(seven, {layouts.activeFor(left)->zones().front()});
     debug.present();
 
     const QString text = snapshotText();

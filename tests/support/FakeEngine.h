@@ -1,0 +1,42 @@
+#pragma once
+
+#include "FakePlatform.h"
+#include "FakeWindowControl.h"
+#include "core/MemorySettingsBackend.h"
+#include "core/Settings.h"
+#include "managers/GlobalShortcuts.h"
+#include "managers/LayoutManager.h"
+#include "managers/OverlayWindow.h"
+#include "managers/ScreenManager.h"
+#include "managers/WindowDragMonitor.h"
+#include "managers/WindowManager.h"
+#include "managers/ZoneGestureMonitor.h"
+#include "managers/ZoneManager.h"
+
+// The engine wired as the application wires it, on the platform fakes and a settings
+// store in memory. Overlays are the view layer's (tested there and end to end): here
+// every screen gets none. Tests set the displays before they read the screens.
+struct FakeEngine
+{
+    struct NoOverlays final : OverlayFactory
+    {
+        std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override
+        {
+            return nullptr;
+        }
+    };
+
+    FakeDisplayServer displays;
+    FakeWindowControl control;
+    FakeGlobalInput input;
+    FakeHotkeyBackend hotkeys;
+    NoOverlays overlays;
+    Settings settings {std::make_unique<MemorySettingsBackend>()};
+    ScreenManager screens {displays, settings};
+    GlobalShortcuts shortcuts {hotkeys, settings};
+    LayoutManager layouts {settings, screens, shortcuts};
+    WindowManager windows {control, WindowManager::screenLocator(screens)};
+    WindowDragMonitor dragMonitor {input, windows};
+    ZoneGestureMonitor gestures {dragMonitor, input, settings};
+    ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};
+};
