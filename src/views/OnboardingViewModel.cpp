@@ -45,9 +45,9 @@ QString OnboardingViewModel::choiceName(DefaultLayoutType type)
     case DefaultLayoutType::vertical:
         return tr("Two halves");
     case DefaultLayoutType::rightT:
-        return tr("Wide left, two on the right");
+        return tr("One wide, two stacked");
     case DefaultLayoutType::doubleRightT:
-        return tr("Three columns, the right one split");
+        return tr("Three columns");
     }
     return {};
 }
