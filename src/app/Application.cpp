@@ -13,6 +13,7 @@
 #include "managers/ZoneManager.h"
 #include "managers/ZoneMonitor.h"
 #include "models/Layout.h"
+#include "platform/DesktopEffects.h"
 #include "platform/GlobalInput.h"
 #include "platform/HotkeyBackend.h"
 #include "platform/LoginItemService.h"
@@ -57,6 +58,10 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_gestureMonitor = std::make_unique<ZoneGestureMonitor>(*m_dragMonitor, platform.input(), settings);
     m_overlays = std::make_unique<ZonesOverlayFactory>(*m_screens, settings, platform.desktopEffects());
     m_statusMenu = std::make_unique<StatusMenu>(settings, m_options.communityUrl);
+    DesktopEffects& effects = platform.desktopEffects();
+    m_statusMenu->setPanelForeground(effects.trayForeground());
+    connect(&effects, &DesktopEffects::trayForegroundChanged, m_statusMenu.get(),
+        [this, &effects] { m_statusMenu->setPanelForeground(effects.trayForeground()); });
     m_updater = std::make_unique<SoftwareUpdater>(settings, m_options.updateFeed, m_options.runningVersion);
     m_statusMenu->setUpdatesAvailable(m_updater->isAvailable());
     connect(m_statusMenu.get(), &StatusMenu::updateCheckRequested, this, &Application::checkForUpdates);

@@ -71,6 +71,16 @@ StatusMenu::~StatusMenu()
     delete m_menu;
 }
 
+void StatusMenu::setPanelForeground(const std::optional<QColor>& foreground)
+{
+    if (foreground == m_panelForeground)
+        return;
+    m_panelForeground = foreground;
+    // A glyph guessed against the wrong background would vanish into the panel: the
+    // colour icon reads on any panel that does not say what it looks like.
+    m_tray->setIcon(foreground ? AppIcon::trayIcon(*foreground) : AppIcon::icon());
+}
+
 bool StatusMenu::isIconVisible() const
 {
     return m_tray->isVisible();

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QColor>
 #include <QObject>
 #include <QString>
+
+#include <optional>
 
 class QAction;
 class QMenu;
@@ -33,6 +36,9 @@ public:
     // A passing message from the tray icon; logged as well, since not every desktop
     // shows tray messages.
     void notify(const QString& title, const QString& message);
+    // The colour the panel paints its own icons in: the icon becomes a monochrome glyph
+    // in that colour, like the icons beside it. Absent: the colour icon.
+    void setPanelForeground(const std::optional<QColor>& foreground);
 
 Q_SIGNALS:
     void editorRequested();
@@ -52,4 +58,5 @@ private:
     QMenu* m_layouts = nullptr;
     QAction* m_updates = nullptr;
     QSystemTrayIcon* m_tray = nullptr;
+    std::optional<QColor> m_panelForeground;
 };

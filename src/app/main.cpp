@@ -1,4 +1,5 @@
 #include "app/Application.h"
+#include "app/CommandLine.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignals.h"
 #include "core/Logging.h"
@@ -8,20 +9,11 @@
 #include "views/AppIcon.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QUrl>
 
 #include <cstdio>
 
 namespace {
-
-struct LaunchOptions
-{
-    bool loginItem = false;
-    bool editLayout = false;
-    bool debugWindow = false;
-    bool noOnboarding = false;
-};
 
 void nameTheApplication()
 {
@@ -35,28 +27,7 @@ LaunchOptions parseOptions(int argc, char** argv)
 {
     QCoreApplication probe(argc, argv);
     nameTheApplication();
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Snaps windows into zones."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption loginItem(
-        QStringLiteral("login-item"), QStringLiteral("Started by the session at login: open no window."));
-    parser.addOption(loginItem);
-    const QCommandLineOption editLayout(QStringLiteral("edit-layout"),
-        QStringLiteral("Open the layout editor for the screen under the pointer (of the running Parqueta, "
-                       "or of this one)."));
-    parser.addOption(editLayout);
-    const QCommandLineOption debugWindow(QStringLiteral("debug-window"),
-        QStringLiteral("Open the debug window, which shows what Parqueta sees: screens, layouts, snapped windows, "
-                       "shortcuts and the desktop (of the running Parqueta, or of this one)."));
-    parser.addOption(debugWindow);
-    const QCommandLineOption noOnboarding(QStringLiteral("no-onboarding"),
-        QStringLiteral("On the first run, install the preset layouts without showing the welcome guide (for "
-                       "prepared installations)."));
-    parser.addOption(noOnboarding);
-    parser.process(probe);
-    return LaunchOptions {
-        parser.isSet(loginItem), parser.isSet(editLayout), parser.isSet(debugWindow), parser.isSet(noOnboarding)};
+    return CommandLine::parse(QCoreApplication::arguments());
 }
 
 } // namespace

@@ -4,3 +4,8 @@ DesktopEffects::~DesktopEffects() = default;
 
 void DesktopEffects::placeExactly(QWindow&, const QRect&) const
 { }
+
+std::optional<QColor> DesktopEffects::trayForeground() const
+{
+    return std::nullopt;
+}

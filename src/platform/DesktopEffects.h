@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QColor>
 #include <QObject>
 #include <QRect>
+
+#include <optional>
 
 class QWindow;
 
@@ -24,7 +27,13 @@ public:
     // space. Nothing to do where Qt's coordinates are the desktop's.
     virtual void placeExactly(QWindow& window, const QRect& desktopRect) const;
 
+    // The foreground colour the tray host paints its own icons in, where it says so:
+    // light on a dark panel, dark on a light one. Absent when the host keeps it to itself.
+    virtual std::optional<QColor> trayForeground() const;
+
 Q_SIGNALS:
     // A compositing manager started or stopped.
     void overlaysCanBeTranslucentChanged(bool translucent);
+    // Another tray host took over, or the host switched between light and dark.
+    void trayForegroundChanged();
 };

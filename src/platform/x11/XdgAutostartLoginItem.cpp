@@ -46,7 +46,7 @@ QByteArray XdgAutostartLoginItem::entry() const
                                         "Name=Parqueta\n"
                                         "Comment=Snap windows into zones\n"
                                         "Exec=%1 --login-item\n"
-                                        "Icon=parqueta\n"
+                                        "Icon=io.github.parqueta.Parqueta\n"
                                         "Terminal=false\n"
                                         "X-GNOME-Autostart-enabled=true\n")
                              .arg(quotedForExec(m_executable));
