@@ -143,18 +143,18 @@ AxElementRef AccessibilityWindowControl::mainWindowOf(const AxElement& applicati
     const auto* windows = std::get_if<std::vector<AxElementRef>>(&reading.value);
     if ((reading.error != AxError::Success && reading.error != AxError::NoValue) || !windows)
         return nullptr;
-    AxElementRef readable;
+    // One pass in the application's order: a main window, or one with a readable frame,
+    // whichever comes first. A window without a frame is a leftover the application keeps
+    // for itself.
     for (const AxElementRef& window : *windows) {
         if (!window)
             continue;
         if (valueOf<bool>(m_api.copyAttribute(*window, kMain)) == true)
             return window;
-        // A window without a readable frame is a leftover the application keeps for
-        // itself; the first one with a frame stands in when none is main.
-        if (!readable && readPosition(*window) && readSize(*window))
-            readable = window;
+        if (readPosition(*window) && readSize(*window))
+            return window;
     }
-    return readable;
+    return nullptr;
 }
 
 WindowControl::Handle AccessibilityWindowControl::windowAtCursor()
