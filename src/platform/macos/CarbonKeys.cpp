@@ -16,7 +16,8 @@ struct KeyEntry
 
 // The kVK_* constants of Carbon's Events.h for every key the shortcut recorder can
 // produce on a Mac keyboard. Letters and digits are not in code order there, so no
-// arithmetic shortcut exists.
+// arithmetic shortcut exists. Three to a line, in code order.
+// clang-format off
 constexpr std::array keys {
     KeyEntry {Qt::Key_A, 0x00}, KeyEntry {Qt::Key_S, 0x01}, KeyEntry {Qt::Key_D, 0x02},
     KeyEntry {Qt::Key_F, 0x03}, KeyEntry {Qt::Key_H, 0x04}, KeyEntry {Qt::Key_G, 0x05},
@@ -47,6 +48,7 @@ constexpr std::array keys {
     KeyEntry {Qt::Key_F1, 0x7A}, KeyEntry {Qt::Key_Left, 0x7B}, KeyEntry {Qt::Key_Right, 0x7C},
     KeyEntry {Qt::Key_Down, 0x7D}, KeyEntry {Qt::Key_Up, 0x7E},
 };
+// clang-format on
 
 // Carbon's hot-key masks and NSEvent's flags for the same four modifiers.
 struct ModifierEntry

@@ -26,8 +26,7 @@ double cocoaMaxY(const QRectF& rect)
 CocoaDisplays::CocoaDisplays(CocoaScreenApi& api, QObject* parent)
     : DisplayServer(parent)
     , m_api(api)
-{
-}
+{ }
 
 QList<DisplayInfo> CocoaDisplays::displays() const
 {
