@@ -65,6 +65,27 @@ constexpr std::array modifiers {
     ModifierEntry {Qt::MetaModifier, 0x1000, 0x40000}, // Control: controlKey
 };
 
+// The same table read in either direction, for Carbon's masks and NSEvent's flags alike.
+template <typename Mask> Mask maskOf(Qt::KeyboardModifiers qtModifiers, Mask ModifierEntry::*field)
+{
+    Mask mask = 0;
+    for (const ModifierEntry& modifier : modifiers) {
+        if (qtModifiers & modifier.qt)
+            mask |= modifier.*field;
+    }
+    return mask;
+}
+
+template <typename Mask> Qt::KeyboardModifiers modifiersIn(Mask mask, Mask ModifierEntry::*field)
+{
+    Qt::KeyboardModifiers result;
+    for (const ModifierEntry& modifier : modifiers) {
+        if (mask & modifier.*field)
+            result |= modifier.qt;
+    }
+    return result;
+}
+
 } // namespace
 
 std::optional<quint32> keyCode(Qt::Key key)
@@ -86,22 +107,12 @@ std::optional<Qt::Key> keyOf(quint32 keyCode)
 
 quint32 hotKeyModifiers(Qt::KeyboardModifiers qtModifiers)
 {
-    quint32 mask = 0;
-    for (const ModifierEntry& modifier : modifiers) {
-        if (qtModifiers & modifier.qt)
-            mask |= modifier.carbon;
-    }
-    return mask;
+    return maskOf(qtModifiers, &ModifierEntry::carbon);
 }
 
 Qt::KeyboardModifiers modifiersOfHotKey(quint32 carbonModifiers)
 {
-    Qt::KeyboardModifiers result;
-    for (const ModifierEntry& modifier : modifiers) {
-        if (carbonModifiers & modifier.carbon)
-            result |= modifier.qt;
-    }
-    return result;
+    return modifiersIn(carbonModifiers, &ModifierEntry::carbon);
 }
 
 std::optional<HotKey> toHotKey(KeyCombination combination)
@@ -122,22 +133,12 @@ std::optional<KeyCombination> fromHotKey(const HotKey& hotKey)
 
 quint64 eventFlags(Qt::KeyboardModifiers qtModifiers)
 {
-    quint64 flags = 0;
-    for (const ModifierEntry& modifier : modifiers) {
-        if (qtModifiers & modifier.qt)
-            flags |= modifier.event;
-    }
-    return flags;
+    return maskOf(qtModifiers, &ModifierEntry::event);
 }
 
 Qt::KeyboardModifiers modifiersOfEventFlags(quint64 flags)
 {
-    Qt::KeyboardModifiers result;
-    for (const ModifierEntry& modifier : modifiers) {
-        if (flags & modifier.event)
-            result |= modifier.qt;
-    }
-    return result;
+    return modifiersIn(flags, &ModifierEntry::event);
 }
 
 } // namespace CarbonKeys
