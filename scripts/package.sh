@@ -27,7 +27,8 @@ export DEB_BUILD_MAINT_OPTIONS="hardening=+all"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPARQUETA_BUILD_TESTS=OFF \
   -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS)" \
   -DCMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" >/dev/null
-cmake --build "$build"
+# Only what the package holds; the fuzz replays and tools are not shipped.
+cmake --build "$build" --target parqueta parqueta_data
 rm -f "$build"/parqueta_*.deb
 (cd "$build" && cpack --config CPackConfig.cmake -B "$build" >/dev/null)
 deb="$(ls "$build"/parqueta_*.deb)"
