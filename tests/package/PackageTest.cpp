@@ -193,6 +193,10 @@ TEST_F(PackageTest, TheInstalledProgramSitsInTheTrayDrawnInThePanelsColourAndCan
     // The monochrome glyph in the panel's light foreground, not the blue of the colour icon.
     int glyph = 0, blue = 0;
     ASSERT_TRUE(VirtualDesktop::waitUntil([&] {
+        // Read again each time: the panel moves its tray icons while it lays them out.
+        icon = probe.trayIcon();
+        if (!icon)
+            return false;
         const QImage shot = RootScreenshot::take().copy(*icon);
         glyph = blue = 0;
         for (int y = 0; y < shot.height(); ++y) {
@@ -205,7 +209,8 @@ TEST_F(PackageTest, TheInstalledProgramSitsInTheTrayDrawnInThePanelsColourAndCan
         }
         // The screen's outline alone covers more than this at the smallest tray size.
         return glyph > 40;
-    }, 5000)) << glyph << " light pixels in the tray icon " << icon->width() << "x" << icon->height()
+    }, 10000)) << glyph << " light pixels in the tray icon " << (icon ? icon->width() : 0) << "x"
+              << (icon ? icon->height() : 0)
               << (RootScreenshot::save(QDir::temp().filePath(QStringLiteral("parqueta-package-tray.png"))) ? "; the desktop: " : "")
               << QDir::temp().filePath(QStringLiteral("parqueta-package-tray.png")).toStdString();
     EXPECT_EQ(blue, 0);
