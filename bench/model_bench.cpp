@@ -3,20 +3,12 @@
 // layout catalogue from the settings store.
 //
 //   bench_model [Google Benchmark flags, e.g. --benchmark_filter=HitTest]
-#include "FakePlatform.h"
-#include "FakeWindowControl.h"
+#include "FakeEngine.h"
 #include "SplitTrees.h"
 #include "core/FileSettingsBackend.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
-#include "managers/GlobalShortcuts.h"
-#include "managers/LayoutManager.h"
 #include "managers/ScreenCoordinates.h"
-#include "managers/ScreenManager.h"
-#include "managers/WindowDragMonitor.h"
-#include "managers/WindowManager.h"
-#include "managers/ZoneGestureMonitor.h"
-#include "managers/ZoneManager.h"
 #include "models/Layout.h"
 #include "models/LayoutBridge.h"
 
@@ -119,35 +111,15 @@ void BM_HitTest64Pure(benchmark::State& state)
 }
 BENCHMARK(BM_HitTest64Pure)->Arg(0)->Arg(1)->ArgName("spanning");
 
-class NoOverlays final : public OverlayFactory
-{
-public:
-    std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override { return nullptr; }
-};
-
-// The whole engine on the test fakes, as the application wires it.
-struct Engine
+// The whole engine on the test fakes, as the application wires it, on one screen.
+struct Engine : FakeEngine
 {
     explicit Engine(std::unique_ptr<SettingsBackend> backend)
-        : settings(std::move(backend))
+        : FakeEngine(std::move(backend))
     {
         displays.setDisplays({FakeDisplayServer::display(
             QStringLiteral("11111111-1111-1111-1111-111111111111"), QStringLiteral("BENCH"), kFrame, kVisibleFrame)});
     }
-
-    FakeDisplayServer displays;
-    FakeWindowControl control;
-    FakeGlobalInput input;
-    FakeHotkeyBackend hotkeys;
-    NoOverlays overlays;
-    Settings settings;
-    ScreenManager screens {displays, settings};
-    GlobalShortcuts shortcuts {hotkeys, settings};
-    LayoutManager layouts {settings, screens, shortcuts};
-    WindowManager windows {control, WindowManager::screenLocator(screens)};
-    WindowDragMonitor dragMonitor {input, windows};
-    ZoneGestureMonitor gestures {dragMonitor, input, settings};
-    ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};
 };
 
 // ZoneManager::isCursorInZone itself: per zone it finds the screen under the pointer (which

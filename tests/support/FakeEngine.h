@@ -15,9 +15,14 @@
 
 // The engine wired as the application wires it, on the platform fakes and a settings
 // store in memory. Overlays are the view layer's (tested there and end to end): here
-// every screen gets none. Tests set the displays before they read the screens.
+// every screen gets none. Tests set the displays before they read the screens; the
+// model benchmark gives it the JSON file store to measure the engine as it runs.
 struct FakeEngine
 {
+    explicit FakeEngine(std::unique_ptr<SettingsBackend> backend = std::make_unique<MemorySettingsBackend>())
+        : settings(std::move(backend))
+    { }
+
     struct NoOverlays final : OverlayFactory
     {
         std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override
@@ -31,7 +36,7 @@ struct FakeEngine
     FakeGlobalInput input;
     FakeHotkeyBackend hotkeys;
     NoOverlays overlays;
-    Settings settings {std::make_unique<MemorySettingsBackend>()};
+    Settings settings;
     ScreenManager screens {displays, settings};
     GlobalShortcuts shortcuts {hotkeys, settings};
     LayoutManager layouts {settings, screens, shortcuts};
