@@ -1,5 +1,7 @@
 #include "app/Application.h"
 
+#include "app/AppPresence.h"
+#include "app/PermissionWatcher.h"
 #include "app/StatusMenu.h"
 #include "core/Logging.h"
 #include "core/Settings.h"
@@ -13,14 +15,17 @@
 #include "managers/ZoneManager.h"
 #include "managers/ZoneMonitor.h"
 #include "models/Layout.h"
+#include "platform/ApplicationShell.h"
 #include "platform/DesktopEffects.h"
 #include "platform/GlobalInput.h"
 #include "platform/HotkeyBackend.h"
 #include "platform/LoginItemService.h"
+#include "platform/NativeUpdater.h"
 #include "platform/Platform.h"
 #include "views/AboutWindow.h"
 #include "views/DebugWindow.h"
 #include "views/OnboardingWindow.h"
+#include "views/PermissionsWindow.h"
 #include "views/LayoutBordersFlasher.h"
 #include "views/LayoutsSettingsView.h"
 #include "views/MoreSettingsView.h"
@@ -62,7 +67,10 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_statusMenu->setPanelForeground(effects.trayForeground());
     connect(&effects, &DesktopEffects::trayForegroundChanged, m_statusMenu.get(),
         [this, &effects] { m_statusMenu->setPanelForeground(effects.trayForeground()); });
-    m_updater = std::make_unique<SoftwareUpdater>(settings, m_options.updateFeed, m_options.runningVersion);
+    if (NativeUpdater* native = platform.nativeUpdater())
+        m_updater = std::make_unique<SoftwareUpdater>(settings, *native, m_options.runningVersion);
+    else
+        m_updater = std::make_unique<SoftwareUpdater>(settings, m_options.updateFeed, m_options.runningVersion);
     m_statusMenu->setUpdatesAvailable(m_updater->isAvailable());
     connect(m_statusMenu.get(), &StatusMenu::updateCheckRequested, this, &Application::checkForUpdates);
     connect(m_updater.get(), &SoftwareUpdater::checkFinished, this, &Application::handleUpdateCheck);
@@ -101,6 +109,13 @@ Application::Application(Platform& platform, Settings& settings, Options options
             m_noticeClicked();
     });
     connect(m_statusMenu->layoutsMenu(), &QMenu::aboutToShow, this, &Application::fillLayoutsMenu);
+    m_presence = std::make_unique<AppPresence>(platform.shell());
+    // Reopened through the system (the Dock, Finder): settings come forward only when
+    // nothing of Parqueta's is on screen, as a click on a running application's icon does.
+    connect(&platform.shell(), &ApplicationShell::reopenRequested, this, [this] {
+        if (!AppPresence::userWindowVisible())
+            reopen();
+    });
     connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
         if (name == QLatin1String(Keys::launchAtLogin.name))
             applyLoginItem();
@@ -112,8 +127,9 @@ Application::~Application()
     shutDown();
 }
 
-void Application::start()
+void Application::start(bool launchedAsLoginItem)
 {
+    m_options.launchedAsLoginItem = m_options.launchedAsLoginItem || launchedAsLoginItem;
     // The order fixes the order observers are called in: the zone monitor's unsnap at
     // the end of a drag must run before the overlay snaps the window again.
     m_zones->startObserving();
@@ -123,7 +139,7 @@ void Application::start()
     m_gestureMonitor->startMonitoring();
 
     if (!m_platform.hasWindowControlPermission())
-        qCWarning(lcApp) << "Parqueta may not control other applications' windows yet; snapping waits for the grant";
+        awaitWindowControlPermission();
 
     const bool firstRun = m_settings.value(Keys::firstRun);
     if (firstRun) {
@@ -160,6 +176,20 @@ void Application::start()
         m_settings.setValue(Keys::firstRun, false);
         m_settings.sync();
     }
+}
+
+void Application::awaitWindowControlPermission()
+{
+    qCWarning(lcApp) << "Parqueta may not control other applications' windows yet; snapping waits for the grant";
+    // The engine runs already: its calls simply fail until the grant arrives.
+    m_permissionsWindow = std::make_unique<PermissionsWindow>(m_platform.shell().windowControlPermissionPage());
+    m_permissionsWindow->present();
+    m_permissionWatcher = std::make_unique<PermissionWatcher>([this] { return m_platform.hasWindowControlPermission(); });
+    connect(m_permissionWatcher.get(), &PermissionWatcher::granted, this, [this] {
+        m_permissionsWindow.reset();
+        m_permissionWatcher.release()->deleteLater();
+    });
+    m_permissionWatcher->start();
 }
 
 void Application::openOnboarding()
@@ -320,6 +350,10 @@ UpdateDialog& Application::updateDialog()
 
 void Application::checkForUpdates()
 {
+    if (m_updater->showsItsOwnWindows()) {
+        m_updater->checkForUpdates();
+        return;
+    }
     updateDialog().showChecking();
     updateDialog().present();
     m_updater->checkForUpdates();
@@ -379,6 +413,8 @@ void Application::shutDown()
     // The debug window reads the engine; it goes before the engine does.
     m_debugWindow.reset();
     m_onboarding.reset();
+    m_permissionWatcher.reset();
+    m_permissionsWindow.reset();
     m_updateDialog.reset();
     m_zones->removeOverlayWindows();
     m_gestureMonitor->stopMonitoring();

@@ -52,8 +52,10 @@ public:
     ~Application() override;
 
     // The launch sequence: engine observers in their fixed order, the permission check,
-    // first-run layouts, display changes, a layout for every screen.
-    void start();
+    // first-run layouts, display changes, a layout for every screen. Called once the
+    // system has finished launching Parqueta, which is when it says whether the session
+    // started it at login (that or Options::launchedAsLoginItem counts).
+    void start(bool launchedAsLoginItem = false);
     // A later launch asked this instance to come forward.
     void reopen();
     // The zone editor for the screen under the pointer and its active layout.
@@ -85,6 +87,8 @@ private:
     void flushShortcutNotices();
     void fillLayoutsMenu();
     void applyLoginItem();
+    // Shows the permissions window and waits for the grant, then closes it.
+    void awaitWindowControlPermission();
     // "Check for updates…" from the tray or the More tab: the dialog shows the answer.
     void checkForUpdates();
     void handleUpdateCheck(const struct UpdateCheckResult& result);
@@ -117,6 +121,9 @@ private:
     std::unique_ptr<class DebugWindow> m_debugWindow;
     std::unique_ptr<class SoftwareUpdater> m_updater;
     std::unique_ptr<class UpdateDialog> m_updateDialog;
+    std::unique_ptr<class PermissionsWindow> m_permissionsWindow;
+    std::unique_ptr<class PermissionWatcher> m_permissionWatcher;
+    std::unique_ptr<class AppPresence> m_presence;
     // What clicking the last tray notice leads to: the shortcuts' tab, or the update found.
     std::function<void()> m_noticeClicked;
 };

@@ -4,6 +4,7 @@
 #include "app/UnixSignals.h"
 #include "core/Logging.h"
 #include "core/Settings.h"
+#include "platform/ApplicationShell.h"
 #include "platform/Platform.h"
 #include "platform/SettingsLocation.h"
 #include "views/AppIcon.h"
@@ -101,10 +102,14 @@ int main(int argc, char** argv)
         QCoreApplication::exit(1);
     });
 
-    application.start();
-    if (launch.editLayout)
-        application.openEditorUnderPointer();
-    if (launch.debugWindow)
-        application.openDebugWindow();
+    // Where the system says only at the end of its launch whether the session started
+    // Parqueta at login (macOS), the launch sequence runs from the event loop.
+    platform->shell().whenLaunched([&application, &launch](bool launchedAsLoginItem) {
+        application.start(launchedAsLoginItem);
+        if (launch.editLayout)
+            application.openEditorUnderPointer();
+        if (launch.debugWindow)
+            application.openDebugWindow();
+    });
     return app.exec();
 }

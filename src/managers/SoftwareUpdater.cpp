@@ -3,6 +3,7 @@
 #include "core/Logging.h"
 #include "core/Settings.h"
 #include "core/VersionNumber.h"
+#include "platform/NativeUpdater.h"
 
 #include <QDateTime>
 #include <QHostAddress>
@@ -71,6 +72,28 @@ SoftwareUpdater::SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const 
     });
 }
 
+SoftwareUpdater::SoftwareUpdater(
+    Settings& settings, NativeUpdater& native, const QString& runningVersion, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_native(&native)
+    , m_runningVersion(runningVersion)
+    , m_network(nullptr)
+{
+    qCInfo(lcUpdates) << "Updates come through the system's update framework";
+    configureNative();
+    connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
+        if (name == QLatin1String(Keys::automaticUpdates.name) || name == QLatin1String(Keys::betaUpdates.name))
+            configureNative();
+    });
+}
+
+void SoftwareUpdater::configureNative()
+{
+    m_native->setAutomaticallyChecks(m_settings.value(Keys::automaticUpdates));
+    m_native->setIncludesPrereleases(m_settings.value(Keys::betaUpdates));
+}
+
 SoftwareUpdater::~SoftwareUpdater()
 {
     // Whoever shares the network manager may outlive us; the transfer must not.
@@ -93,6 +116,10 @@ void SoftwareUpdater::setTimeout(std::chrono::milliseconds timeout)
 
 void SoftwareUpdater::checkForUpdates()
 {
+    if (m_native) {
+        m_native->checkForUpdates();
+        return;
+    }
     if (!isAvailable()) {
         UpdateCheckResult result;
         result.kind = UpdateCheckResult::Kind::Unavailable;
@@ -117,6 +144,11 @@ void SoftwareUpdater::checkForUpdatesInBackground()
         qCDebug(lcUpdates) << "Automatic update checks are off";
         return;
     }
+    // The framework keeps its own record of when it last asked.
+    if (m_native) {
+        m_native->checkForUpdatesInBackground();
+        return;
+    }
     if (!isAvailable() || isChecking())
         return;
     const double last = m_settings.value(Keys::lastUpdateCheck);
@@ -132,6 +164,12 @@ void SoftwareUpdater::checkForUpdatesInBackground()
 
 void SoftwareUpdater::startScheduledChecks()
 {
+    // The framework schedules its own checks once automaticallyChecks is set: only the
+    // launch's check is asked for here.
+    if (m_native) {
+        checkForUpdatesInBackground();
+        return;
+    }
     m_scheduled = true;
     followSchedule();
 }

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <optional>
 
+class NativeUpdater;
 class QNetworkAccessManager;
 class QNetworkReply;
 class Settings;
@@ -17,6 +18,11 @@ class Settings;
 // Asks the update feed (a Sparkle appcast over https) whether a newer Parqueta exists,
 // where no Sparkle framework does the asking. It only tells: the download itself is
 // left to the user's browser, so nothing is fetched, run or installed here.
+//
+// Where the system has its own update framework (Sparkle on macOS), that framework
+// checks, shows its own windows and installs; this class then only hands it the user's
+// requests and keeps it in step with automaticUpdates and betaUpdates, and
+// checkFinished() is never emitted (showsItsOwnWindows()).
 //
 // Everything is asynchronous; every check ends in checkFinished(). A check the user asks
 // for always answers, even when updates are unavailable or a check is already under way
@@ -46,7 +52,13 @@ public:
     // minimumSystemVersion; empty (as on Linux) ignores that field.
     SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const QString& runningVersion,
         QNetworkAccessManager* network = nullptr, const QString& systemVersion = {}, QObject* parent = nullptr);
+    // Over the system's update framework, which reads its feed address from the bundle.
+    SoftwareUpdater(Settings& settings, NativeUpdater& native, const QString& runningVersion, QObject* parent = nullptr);
     ~SoftwareUpdater() override;
+
+    // The framework answers the user in windows of its own: no dialog should wait for
+    // checkFinished().
+    bool showsItsOwnWindows() const { return m_native != nullptr; }
 
     // Whether there is a feed address this updater will use.
     bool isAvailable() const { return m_unavailableReason.isEmpty(); }
@@ -86,7 +98,11 @@ private:
     std::optional<AppcastItem> chooseUpdate(const QList<AppcastItem>& items) const;
     void finish(const UpdateCheckResult& result);
 
+    // Hands automaticUpdates and betaUpdates to the native framework.
+    void configureNative();
+
     Settings& m_settings;
+    NativeUpdater* m_native = nullptr;
     QUrl m_feedUrl;
     QString m_runningVersion;
     QString m_systemVersion;

@@ -14,6 +14,8 @@ class GlobalInput;
 class HotkeyBackend;
 class DesktopEffects;
 class LoginItemService;
+class ApplicationShell;
+class NativeUpdater;
 
 // Everything the engine needs from the operating system, owned by one object.
 // The backend is chosen at link time: exactly one of src/platform/x11 or
@@ -35,12 +37,17 @@ public:
     virtual DesktopEffects& desktopEffects() = 0;
     // Starting Parqueta at login.
     virtual LoginItemService& loginItems() = 0;
+    // Launch, Dock presence and reopen requests.
+    virtual ApplicationShell& shell() = 0;
+    // The system's own update framework; null where Parqueta reads its update feed itself.
+    virtual NativeUpdater* nativeUpdater() { return nullptr; }
     // Where the user finds Parqueta to open it again when its icon is hidden, to complete
     // "Open Parqueta from … to access these settings".
     virtual QString reopenPlace() const = 0;
     // Whether the operating system lets Parqueta control other applications' windows,
     // checked without prompting the user. X11 needs no grant; macOS asks for the
-    // accessibility permission.
+    // accessibility permission. Safe to call from any thread: the permission is polled
+    // off the main thread while the user has not granted it.
     virtual bool hasWindowControlPermission() const = 0;
     // The window manager, compositor, tray host and the like, read now.
     virtual DesktopFacts desktopFacts() = 0;

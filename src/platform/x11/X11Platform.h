@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ApplicationShell.h"
 #include "platform/Platform.h"
 
 #include <xcb/xcb.h>
@@ -30,6 +31,8 @@ public:
     HotkeyBackend& hotkeys() override;
     DesktopEffects& desktopEffects() override;
     LoginItemService& loginItems() override;
+    // Launched at once, never in a dock: an X11 session has neither notion.
+    ApplicationShell& shell() override { return m_shell; }
     QString reopenPlace() const override;
     // Any X11 client may move any window: there is nothing to grant.
     bool hasWindowControlPermission() const override { return true; }
@@ -53,4 +56,5 @@ private:
     std::unique_ptr<X11HotkeyBackend> m_hotkeys;
     std::unique_ptr<X11DesktopEffects> m_desktopEffects;
     std::unique_ptr<XdgAutostartLoginItem> m_loginItems;
+    ApplicationShell m_shell;
 };

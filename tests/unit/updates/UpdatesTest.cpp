@@ -7,6 +7,7 @@
 #include "core/Settings.h"
 #include "core/VersionNumber.h"
 #include "managers/SoftwareUpdater.h"
+#include "platform/NativeUpdater.h"
 #include "views/UpdateDialog.h"
 
 #include <QCoreApplication>
@@ -296,4 +297,35 @@ TEST(UpdateDialog, DownloadOpensTheEnclosureAndNotesStayText)
     download->click();
     EXPECT_EQ(opened, QList<QUrl> {result.item->downloadUrl});
     EXPECT_FALSE(dialog.isVisible());
+}
+
+// Where the system brings its own update framework (Sparkle on macOS), every request and
+// both settings reach it, and no answer of ours is awaited: the framework shows its own.
+TEST(NativeUpdates, RequestsAndSettingsReachTheFrameworkAndNoDialogWaits)
+{
+    struct Recorder final : NativeUpdater
+    {
+        QStringList calls;
+        void checkForUpdates() override { calls << QStringLiteral("check"); }
+        void checkForUpdatesInBackground() override { calls << QStringLiteral("background"); }
+        void setAutomaticallyChecks(bool on) override { calls << QStringLiteral("automatic=%1").arg(on); }
+        void setIncludesPrereleases(bool on) override { calls << QStringLiteral("betas=%1").arg(on); }
+    } native;
+    Settings settings(std::make_unique<MemorySettingsBackend>());
+    SoftwareUpdater updater(settings, native, QStringLiteral("0.1.0"));
+    int finished = 0;
+    QObject::connect(&updater, &SoftwareUpdater::checkFinished, [&] { ++finished; });
+    EXPECT_TRUE(updater.isAvailable());
+    EXPECT_TRUE(updater.showsItsOwnWindows());
+
+    updater.startScheduledChecks();
+    updater.checkForUpdates();
+    settings.setValue(Keys::betaUpdates, true);
+    settings.setValue(Keys::automaticUpdates, false);
+    updater.checkForUpdatesInBackground();
+    QCoreApplication::processEvents();
+
+    EXPECT_EQ(native.calls,
+        QStringList({"automatic=1", "betas=0", "background", "check", "automatic=1", "betas=1", "automatic=0", "betas=1"}));
+    EXPECT_EQ(finished, 0);
 }
