@@ -162,6 +162,9 @@ QIcon trayIcon(const QColor& ink)
     QIcon icon;
     for (int size : kIconSizes)
         icon.addPixmap(QPixmap::fromImage(glyph(size, ink)));
+    // A template image in the macOS menu bar, which recolours it for light and dark
+    // menu bars and for the highlighted item; other trays ignore the mark.
+    icon.setIsMask(true);
     return icon;
 }
 

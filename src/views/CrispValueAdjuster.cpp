@@ -154,7 +154,10 @@ void CrispValueAdjuster::buildPopover()
     layout->addLayout(stepper);
 
     connect(m_field, &QLineEdit::editingFinished, this, &CrispValueAdjuster::commitField);
-    for (auto [button, steps] : {std::pair {m_stepUp, 1}, std::pair {m_stepDown, -1}}) {
+    for (const auto& [button, step] : {std::pair {m_stepUp, 1}, std::pair {m_stepDown, -1}}) {
+        // A structured binding is captured by copy into a variable of its own: older
+        // clang (Apple's included) cannot capture the binding itself.
+        const int steps = step;
         connect(button, &QToolButton::clicked, this, [this, steps] {
             commitField();
             m_model.stepBy(steps);

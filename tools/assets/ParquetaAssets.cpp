@@ -1,6 +1,8 @@
 // Writes the files an installation needs that are made from the program itself: the
-// hicolor icons from the drawn app icon, and the manual page from the option table.
+// hicolor icons from the drawn app icon, and the manual page from the option table; on
+// macOS, the icon set that iconutil turns into the bundle's Parqueta.icns.
 // Usage: parqueta_assets OUTPUT_DIR MANUAL_TEMPLATE VERSION DATE
+//        parqueta_assets --iconset ICONSET_DIR
 #include "app/CommandLine.h"
 #include "views/AppIcon.h"
 
@@ -38,12 +40,29 @@ bool writeImage(const QString& path, const QImage& image)
     return true;
 }
 
+// The names iconutil expects in an .iconset folder: each size in points, once at 1x and
+// once at 2x. Every image is drawn at its own size rather than scaled from another.
+bool writeIconset(const QString& dir)
+{
+    bool ok = true;
+    for (int points : {16, 32, 128, 256, 512}) {
+        const QString base = dir + QStringLiteral("/icon_%1x%1").arg(points);
+        ok = writeImage(base + QStringLiteral(".png"), AppIcon::image(points)) && ok;
+        ok = writeImage(base + QStringLiteral("@2x.png"), AppIcon::image(2 * points)) && ok;
+    }
+    return ok;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc == 3 && qstrcmp(argv[1], "--iconset") == 0)
+        return writeIconset(QString::fromLocal8Bit(argv[2])) ? 0 : 1;
     if (argc != 5) {
-        std::fprintf(stderr, "usage: parqueta_assets OUTPUT_DIR MANUAL_TEMPLATE VERSION DATE\n");
+        std::fprintf(stderr,
+            "usage: parqueta_assets OUTPUT_DIR MANUAL_TEMPLATE VERSION DATE\n"
+            "       parqueta_assets --iconset ICONSET_DIR\n");
         return 64;
     }
     const QString out = QString::fromLocal8Bit(argv[1]);
