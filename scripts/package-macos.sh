@@ -17,7 +17,15 @@ volume="$build/volume"
 app="$volume/Parqueta.app"
 identity="${PARQUETA_CODESIGN_IDENTITY:--}"
 
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPARQUETA_BUILD_TESTS=OFF "$@" >/dev/null
+# The Qt of Homebrew and the Sparkle that scripts/setup-macos.sh fetched, unless the
+# arguments name others (later -D arguments win).
+defaults=()
+command -v brew >/dev/null 2>&1 && defaults+=("-DCMAKE_PREFIX_PATH=$(brew --prefix qt)")
+for fetched in "$root"/.deps/sparkle-*/Sparkle.framework; do
+  [ -d "$fetched" ] && defaults+=("-DPARQUETA_SPARKLE_FRAMEWORK=$fetched")
+done
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DPARQUETA_BUILD_TESTS=OFF \
+  ${defaults[@]+"${defaults[@]}"} "$@" >/dev/null
 # Only what the image holds: the app, and the tool that draws its icon.
 cmake --build "$build" --target parqueta
 rm -rf "$volume"

@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
-# Installs what is missing (Debian 12, apt-get), then configures and builds.
+# Installs what is missing (Debian 12, apt-get; on macOS scripts/setup-macos.sh), then
+# configures and builds.
 # Usage: scripts/setup.sh [BUILD_DIR [extra cmake arguments...]]
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${1:-$root/build}"
 shift || true
+
+# A Mac has no apt-get: Homebrew and Sparkle's release archive instead.
+if [ "$(uname -s)" = "Darwin" ]; then
+  exec "$root/scripts/setup-macos.sh" "$build" "$@"
+fi
 
 # Packages after the "# --no-install-recommends" line go in without their recommendations.
 mapfile -t plain < <(sed '/^# --no-install-recommends/,$d' "$root/scripts/packages.txt" | grep -v '^\s*#' | sed '/^\s*$/d')

@@ -8,7 +8,10 @@ jobs="$(nproc)"
 "$root/scripts/setup.sh" "$root/build"
 "$root/scripts/setup.sh" "$root/build-asan" -DPARQUETA_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
 
-export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
+# LeakSanitizer is not available with Apple's toolchain.
+leaks=1
+[ "$(uname -s)" = "Darwin" ] && leaks=0
+export ASAN_OPTIONS="detect_leaks=$leaks:abort_on_error=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp"
 
