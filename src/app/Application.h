@@ -73,6 +73,7 @@ public:
     ScreenManager& screenManager() const { return *m_screens; }
     LayoutManager& layoutManager() const { return *m_layouts; }
     ZoneManager& zoneManager() const { return *m_zones; }
+    WindowManager& windowManager() const { return *m_windows; }
     ZoneEditorManager& editorManager() const { return *m_editors; }
     // Open now, or null.
     class OnboardingWindow* onboardingWindow() const { return m_onboarding.get(); }

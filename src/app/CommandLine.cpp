@@ -2,6 +2,9 @@
 
 #include <QCommandLineParser>
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace CommandLine {
 
 namespace {
@@ -10,6 +13,16 @@ const QString kLoginItem = QStringLiteral("login-item");
 const QString kEditLayout = QStringLiteral("edit-layout");
 const QString kDebugWindow = QStringLiteral("debug-window");
 const QString kNoOnboarding = QStringLiteral("no-onboarding");
+const QString kSettings = QStringLiteral("settings");
+// The options that are commands for the running Parqueta, named as their requests are.
+const QStringList kCommands {QStringLiteral("snap-focused"), QStringLiteral("move-focused"),
+    QStringLiteral("span-focused"), QStringLiteral("cycle"), QStringLiteral("layout"), QStringLiteral("list")};
+
+[[noreturn]] void refuse(const QString& message)
+{
+    std::fprintf(stderr, "parqueta: %s\n", qPrintable(message));
+    std::exit(AutomationRequest::kMalformed);
+}
 
 // Roff treats a leading dot or quote as a request and a backslash as an escape.
 QString roffText(QString text)
@@ -21,9 +34,10 @@ QString roffText(QString text)
     return text;
 }
 
-QString optionEntry(const QString& flags, const QString& description)
+QString optionEntry(const QString& flags, const QString& description, const QString& valueName = {})
 {
-    return QStringLiteral(".TP\n.B %1\n%2\n").arg(roffText(flags), roffText(description));
+    const QString value = valueName.isEmpty() ? QString() : QStringLiteral(" \\fI%1\\fR").arg(roffText(valueName));
+    return QStringLiteral(".TP\n.B %1%2\n%3\n").arg(roffText(flags), value, roffText(description));
 }
 
 } // namespace
@@ -38,6 +52,26 @@ const std::vector<Option>& options()
         {kDebugWindow,
             QStringLiteral("Open the debug window, which shows what Parqueta sees: screens, layouts, snapped "
                            "windows, shortcuts and the desktop (of the running Parqueta, or of this one).")},
+        {kSettings,
+            QStringLiteral("Open the settings window (of the running Parqueta, or of this one); a launch without "
+                           "options does the same.")},
+        {kCommands[0],
+            QStringLiteral("Snap the focused window into a zone of its screen's active layout: a zone number (2) "
+                           "or a range of them (1-2) that the window spans."),
+            QStringLiteral("zone")},
+        {kCommands[1], QStringLiteral("Move the focused window to the next zone, as its shortcut does."),
+            QStringLiteral("left|right")},
+        {kCommands[2], QStringLiteral("Span the focused window over one more zone, as its shortcut does."),
+            QStringLiteral("left|right")},
+        {kCommands[3],
+            QStringLiteral("Bring the next or previous window stacked in the focused window's zone to the front."),
+            QStringLiteral("next|prev")},
+        {kCommands[4],
+            QStringLiteral("Make a layout of the screen under the pointer active, by its position in that screen's "
+                           "list (1 is the first) or its id, and flash its borders."),
+            QStringLiteral("number|id")},
+        {kCommands[5],
+            QStringLiteral("Print the screens, their layouts and zones and the snapped windows as JSON.")},
         {kNoOnboarding,
             QStringLiteral("On the first run, install the preset layouts without showing the welcome guide (for "
                            "prepared installations).")},
@@ -57,10 +91,33 @@ LaunchOptions parse(const QStringList& arguments)
     parser.addHelpOption();
     parser.addVersionOption();
     for (const Option& option : options())
-        parser.addOption(QCommandLineOption(option.name, option.description));
+        parser.addOption(QCommandLineOption(option.name, option.description, option.valueName));
+    // A mistake ends the launch with the status scripts know for a usage error.
+    if (!parser.parse(arguments))
+        refuse(parser.errorText());
+    // Parses again to answer --help, --help-all and --version.
     parser.process(arguments);
-    return LaunchOptions {parser.isSet(kLoginItem), parser.isSet(kEditLayout), parser.isSet(kDebugWindow),
-        parser.isSet(kNoOnboarding)};
+
+    LaunchOptions launch;
+    launch.loginItem = parser.isSet(kLoginItem);
+    launch.editLayout = parser.isSet(kEditLayout);
+    launch.debugWindow = parser.isSet(kDebugWindow);
+    launch.settings = parser.isSet(kSettings);
+    launch.noOnboarding = parser.isSet(kNoOnboarding);
+    QStringList given;
+    for (const QString& name : parser.optionNames()) {
+        if (kCommands.contains(name))
+            given.append(name);
+    }
+    if (given.isEmpty())
+        return launch;
+    if (given.size() > 1 || launch.editLayout || launch.debugWindow || launch.settings)
+        refuse(QStringLiteral("One command at a time, please"));
+    const AutomationRequest::Parsed parsed = AutomationRequest::fromOption(given.front(), parser.value(given.front()));
+    if (!parsed.request)
+        refuse(parsed.error);
+    launch.command = parsed.request;
+    return launch;
 }
 
 QString manualPage(const QString& pageTemplate, const QString& version, const QString& date)
@@ -70,7 +127,7 @@ QString manualPage(const QString& pageTemplate, const QString& version, const QS
         + optionEntry(QStringLiteral("--help-all"), QStringLiteral("Displays help including Qt specific options."))
         + optionEntry(QStringLiteral("-v, --version"), QStringLiteral("Displays version information."));
     for (const Option& option : options())
-        list += optionEntry(QStringLiteral("--") + option.name, option.description);
+        list += optionEntry(QStringLiteral("--") + option.name, option.description, option.valueName);
     QString page = pageTemplate;
     page.replace(QStringLiteral("@OPTIONS@\n"), list);
     page.replace(QStringLiteral("@VERSION@"), version);

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "core/AutomationRequest.h"
+
 #include <QCommandLineOption>
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <vector>
 
 // What a launch was asked to do.
@@ -12,7 +15,11 @@ struct LaunchOptions
     bool loginItem = false;
     bool editLayout = false;
     bool debugWindow = false;
+    bool settings = false;
     bool noOnboarding = false;
+    // A command for the running Parqueta (--snap-focused, --list and the others): the
+    // launch hands it over and ends with the answer's status, and never starts one.
+    std::optional<AutomationRequest> command;
 };
 
 // The program's options in one table: the parser, --help and the manual page are all
@@ -23,6 +30,8 @@ struct Option
 {
     QString name;
     QString description;
+    // What the option's value is called in --help and the manual; empty: it takes none.
+    QString valueName = {};
 };
 
 // The options besides --help and --version, in the order --help lists them.
@@ -31,7 +40,8 @@ const std::vector<Option>& options();
 QString summary();
 
 // Reads argv; --help and --version answer on standard output and end the process,
-// a mistake is reported on standard error and ends it with status 1.
+// a mistake (an unknown option, a malformed command, two commands at once) is reported
+// on standard error and ends it with status 64.
 LaunchOptions parse(const QStringList& arguments);
 
 // The manual page, parqueta(1), in roff: the template's @OPTIONS@ is filled from the

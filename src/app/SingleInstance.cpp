@@ -10,15 +10,20 @@
 #include <QLocalSocket>
 #include <QLockFile>
 #include <QThread>
+#include <QTimer>
 
+#include <algorithm>
+#include <csignal>
 #include <unistd.h>
 
 namespace {
-const QByteArray kReopen = QByteArrayLiteral("reopen\n");
-const QByteArray kEditLayout = QByteArrayLiteral("edit-layout\n");
-const QByteArray kDebugWindow = QByteArrayLiteral("debug-window\n");
 const QByteArray kAcknowledged = QByteArrayLiteral("ok\n");
 constexpr int kTimeoutMs = 1000;
+// A command such as --list reads every window it names from the window system.
+constexpr int kAnswerTimeoutMs = 15000;
+// No answer is anywhere near this; a larger one is not Parqueta's.
+constexpr qsizetype kMaxAnswerBytes = 16 * 1024 * 1024;
+const char* const kAnswered = "parquetaAnswered";
 } // namespace
 
 SingleInstance::SingleInstance(QString key, QObject* parent)
@@ -36,19 +41,25 @@ QString SingleInstance::defaultKey()
         + QString::fromLatin1(QCryptographicHash::hash(session, QCryptographicHash::Sha1).toHex().left(16));
 }
 
-bool SingleInstance::claim()
+QString SingleInstance::lockPath() const
 {
     QString dir = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (dir.isEmpty() || !QFileInfo(dir).isWritable())
         dir = QDir::tempPath();
-    m_lock = std::make_unique<QLockFile>(dir + QLatin1Char('/') + m_key + QStringLiteral(".lock"));
+    return dir + QLatin1Char('/') + m_key + QStringLiteral(".lock");
+}
+
+bool SingleInstance::claim()
+{
+    m_lock = std::make_unique<QLockFile>(lockPath());
     // The lock names its holder's process: one whose holder is gone is taken over at once.
     m_lock->setStaleLockTime(0);
     if (m_lock->tryLock(0))
         return true;
     if (m_lock->error() != QLockFile::LockFailedError) {
         // Nowhere to keep a lock: fall back on the socket alone rather than not run.
-        qCWarning(lcApp) << "Cannot create the session lock in" << dir << "- relying on the socket alone";
+        qCWarning(lcApp) << "Cannot create the session lock in" << QFileInfo(lockPath()).path()
+                         << "- relying on the socket alone";
         QLocalSocket probe;
         probe.connectToServer(m_key);
         return !probe.waitForConnected(kTimeoutMs);
@@ -56,34 +67,67 @@ bool SingleInstance::claim()
     return false;
 }
 
-bool SingleInstance::notifyRunningInstance(Request request, int waitMs)
+bool SingleInstance::heldByAnother() const
+{
+    // Read only: taking the lock, even for a moment, could make a real launch at the
+    // same moment believe another instance holds the session.
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    if (!QLockFile(lockPath()).getLockInfo(&pid, &host, &application))
+        return false;
+    return pid > 0 && pid != ::getpid() && ::kill(static_cast<pid_t>(pid), 0) == 0;
+}
+
+bool SingleInstance::notifyRunningInstance(const QByteArray& request, int waitMs)
 {
     QElapsedTimer waited;
     waited.start();
     do {
-        if (tryNotify(request))
+        // Wait for the answer so a dead listener whose socket file lingers is not
+        // mistaken for a running instance.
+        const std::optional<QByteArray> answer = exchange(request, kTimeoutMs);
+        if (answer && answer->startsWith(kAcknowledged))
             return true;
         QThread::msleep(50);
     } while (waited.elapsed() < waitMs);
     return false;
 }
 
-bool SingleInstance::tryNotify(Request request)
+std::optional<QByteArray> SingleInstance::ask(const QByteArray& request)
+{
+    QElapsedTimer waited;
+    waited.start();
+    for (;;) {
+        if (std::optional<QByteArray> answer = exchange(request, kAnswerTimeoutMs))
+            return answer;
+        if (!heldByAnother() || waited.elapsed() > kStartUpWaitMs)
+            return std::nullopt;
+        QThread::msleep(50);
+    }
+}
+
+std::optional<QByteArray> SingleInstance::exchange(const QByteArray& request, int answerTimeoutMs)
 {
     QLocalSocket socket;
     socket.connectToServer(m_key);
     if (!socket.waitForConnected(kTimeoutMs))
-        return false;
-    socket.write(request == Request::editLayout ? kEditLayout
-            : request == Request::debugWindow    ? kDebugWindow
-                                                 : kReopen);
+        return std::nullopt;
+    socket.write(request);
     if (!socket.waitForBytesWritten(kTimeoutMs))
-        return false;
-    // Wait for the answer so a dead listener whose socket file lingers is not mistaken
-    // for a running instance.
-    if (!socket.waitForReadyRead(kTimeoutMs))
-        return false;
-    return socket.readLine() == kAcknowledged;
+        return std::nullopt;
+    // The instance closes the connection once it has said everything.
+    QByteArray answer;
+    QElapsedTimer waited;
+    waited.start();
+    while (answer.size() <= kMaxAnswerBytes && waited.elapsed() < answerTimeoutMs) {
+        answer += socket.readAll();
+        if (socket.state() != QLocalSocket::ConnectedState)
+            break;
+        socket.waitForReadyRead(static_cast<int>(std::max<qint64>(1, answerTimeoutMs - waited.elapsed())));
+    }
+    // Empty when the instance closed without a word: it did not take the request.
+    return answer + socket.readAll();
 }
 
 bool SingleInstance::listen()
@@ -106,24 +150,59 @@ bool SingleInstance::listen()
 void SingleInstance::acceptConnections()
 {
     while (QLocalSocket* socket = m_server->nextPendingConnection()) {
-        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-            if (!socket->canReadLine())
-                return;
-            const QByteArray line = socket->readLine();
-            if (line == kReopen || line == kEditLayout || line == kDebugWindow) {
-                socket->write(kAcknowledged);
-                socket->flush();
-                if (line == kEditLayout)
-                    Q_EMIT editLayoutRequested();
-                else if (line == kDebugWindow)
-                    Q_EMIT debugWindowRequested();
-                else
-                    Q_EMIT reopenRequested();
-            } else {
-                qCWarning(lcApp) << "Ignored a malformed request from a later launch:" << line.left(64);
-            }
-            socket->disconnectFromServer();
+        if (m_clients >= kMaxClients) {
+            qCWarning(lcApp) << "Turned away a later launch:" << m_clients << "are being served already";
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        ++m_clients;
+        connect(socket, &QObject::destroyed, this, [this] { --m_clients; });
+        // Qt stops reading from the client once this much waits, however much it sends.
+        socket->setReadBufferSize(kMaxRequestBytes + 1);
+        auto* deadline = new QTimer(socket);
+        deadline->setSingleShot(true);
+        connect(deadline, &QTimer::timeout, socket, [socket] {
+            if (!socket->property(kAnswered).toBool())
+                qCWarning(lcApp) << "A later launch sent no whole request within" << kClientTimeoutMs << "ms; dropped";
+            socket->abort();
+            socket->deleteLater();
         });
+        deadline->start(kClientTimeoutMs);
+        connect(socket, &QLocalSocket::disconnected, socket, [socket] {
+            if (!socket->property(kAnswered).toBool() && socket->bytesAvailable() > 0)
+                qCWarning(lcApp) << "A later launch left before finishing its request";
+            socket->deleteLater();
+        });
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket] { serve(socket); });
+        if (socket->bytesAvailable() > 0)
+            serve(socket);
     }
+}
+
+void SingleInstance::serve(QLocalSocket* socket)
+{
+    if (socket->property(kAnswered).toBool()) {
+        // One request per connection; whatever follows it is dropped.
+        socket->readAll();
+        return;
+    }
+    const QByteArray pending = socket->peek(kMaxRequestBytes + 1);
+    const qsizetype newline = pending.indexOf('\n');
+    QByteArray request;
+    if (newline >= 0)
+        request = socket->read(newline + 1);
+    else if (pending.size() > kMaxRequestBytes)
+        request = socket->read(kMaxRequestBytes + 1);
+    else
+        return;
+    socket->setProperty(kAnswered, true);
+    const QByteArray answer = m_handler ? m_handler(request) : QByteArray();
+    // The client now has as long again to take the answer.
+    if (auto* deadline = socket->findChild<QTimer*>())
+        deadline->start(kClientTimeoutMs);
+    socket->write(answer);
+    socket->disconnectFromServer();
+    if (socket->state() == QLocalSocket::UnconnectedState)
+        socket->deleteLater();
 }

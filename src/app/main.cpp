@@ -1,4 +1,5 @@
 #include "app/Application.h"
+#include "app/AutomationCommands.h"
 #include "app/CommandLine.h"
 #include "app/SingleInstance.h"
 #include "app/UnixSignals.h"
@@ -31,12 +32,39 @@ LaunchOptions parseOptions(int argc, char** argv)
     return CommandLine::parse(QCoreApplication::arguments());
 }
 
+// A command for the running Parqueta: hand it over, print the answer and end with its
+// status. Nothing here needs a display, and nothing starts an instance.
+int sendCommand(int argc, char** argv, const AutomationRequest& command)
+{
+    QCoreApplication app(argc, argv);
+    nameTheApplication();
+    SingleInstance instance;
+    const std::optional<QByteArray> reply = instance.ask(command.toLine());
+    if (!reply) {
+        std::fprintf(stderr, "Parqueta is not running\n");
+        return AutomationRequest::kNotRunning;
+    }
+    const std::optional<AutomationAnswer> answer = AutomationRequest::decodeAnswer(*reply);
+    if (!answer) {
+        std::fprintf(stderr, "parqueta: the running Parqueta did not take the command; is it an older version?\n");
+        return AutomationRequest::kNotPossibleNow;
+    }
+    const QByteArray body = answer->body.toUtf8();
+    std::FILE* out = answer->status == AutomationRequest::kSucceeded ? stdout : stderr;
+    std::fwrite(body.constData(), 1, static_cast<size_t>(body.size()), out);
+    if (!body.isEmpty() && !body.endsWith('\n'))
+        std::fputc('\n', out);
+    return answer->status;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     Logging::install();
     const LaunchOptions launch = parseOptions(argc, argv);
+    if (launch.command)
+        return sendCommand(argc, argv, *launch.command);
 
     QString reason;
     if (!windowingSystemAvailable(reason)) {
@@ -50,12 +78,13 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(AppIcon::icon());
 
     SingleInstance instance;
-    const SingleInstance::Request request = launch.editLayout ? SingleInstance::Request::editLayout
-        : launch.debugWindow                                  ? SingleInstance::Request::debugWindow
-                                                              : SingleInstance::Request::reopen;
+    // --settings asks what a plain launch asks: the settings window.
+    const AutomationRequest request(launch.editLayout ? AutomationRequest::Command::editLayout
+            : launch.debugWindow                      ? AutomationRequest::Command::debugWindow
+                                                      : AutomationRequest::Command::reopen);
     if (!instance.claim()) {
         // Another launch of this session holds it; it may still be starting up.
-        if (instance.notifyRunningInstance(request, SingleInstance::kStartUpWaitMs)) {
+        if (instance.notifyRunningInstance(request.toLine(), SingleInstance::kStartUpWaitMs)) {
             qCInfo(lcApp) << "Parqueta is already running; passed the request on to it";
             return 0;
         }
@@ -87,11 +116,9 @@ int main(int argc, char** argv)
                   QStringLiteral(PARQUETA_BUILD_NUMBER));
     Application application(*platform, settings, options);
 
+    AutomationCommands commands(application);
+    instance.setHandler([&commands](const QByteArray& line) { return commands.answer(line); });
     instance.listen();
-    QObject::connect(&instance, &SingleInstance::reopenRequested, &application, &Application::reopen);
-    QObject::connect(
-        &instance, &SingleInstance::editLayoutRequested, &application, &Application::openEditorUnderPointer);
-    QObject::connect(&instance, &SingleInstance::debugWindowRequested, &application, &Application::openDebugWindow);
     UnixSignals signals;
     QObject::connect(&signals, &UnixSignals::terminationRequested, &application, &Application::quit);
     platform->setConnectionLostHandler([&application] {
@@ -110,6 +137,9 @@ int main(int argc, char** argv)
             application.openEditorUnderPointer();
         if (launch.debugWindow)
             application.openDebugWindow();
+        // Started by hand, the settings window opens anyway; at login it is asked for.
+        if (launch.settings && launch.loginItem)
+            application.openSettings();
     });
     return app.exec();
 }

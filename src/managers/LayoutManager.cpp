@@ -142,6 +142,14 @@ void LayoutManager::setActiveFor(const Screen& screen, const std::shared_ptr<Lay
     Q_EMIT activeLayoutChanged(layout);
 }
 
+void LayoutManager::activate(const Screen& screen, const std::shared_ptr<Layout>& layout)
+{
+    if (!layout)
+        return;
+    setActiveFor(screen, layout);
+    Q_EMIT layoutBordersRequested(layout);
+}
+
 void LayoutManager::save(const LayoutList& list, const Screen& screen)
 {
     LayoutList kept;
@@ -237,8 +245,7 @@ void LayoutManager::registerShortcutIfNeeded(const std::shared_ptr<Layout>& layo
         const std::optional<Screen> screen = layout->screen();
         if (!screen || !manager)
             return;
-        manager->setActiveFor(*screen, layout);
-        Q_EMIT manager->layoutBordersRequested(layout);
+        manager->activate(*screen, layout);
     });
     m_shortcuts.enable(name);
 }

@@ -45,6 +45,8 @@ public:
     std::shared_ptr<Layout> activeFor(const Screen& screen);
     // Stores the layout's id as the screen's active layout, then announces it.
     void setActiveFor(const Screen& screen, const std::shared_ptr<Layout>& layout);
+    // What a layout's own shortcut does: setActiveFor(), then its borders are shown.
+    void activate(const Screen& screen, const std::shared_ptr<Layout>& layout);
 
     // Replaces the screen's catalogue in the store and in the cache. An empty list would
     // leave the screen nothing to snap into: it is stored as a single-zone layout instead.

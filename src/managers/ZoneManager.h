@@ -68,6 +68,12 @@ public:
     const QHash<quint32, WindowPtr>& snappedWindows() const { return m_snappedWindows; }
     const QHash<QString, std::vector<WindowPtr>>& snappedWindowsByZone() const { return m_snappedWindowsByZone; }
     bool hasOverlays() const { return !m_overlayWindows.empty(); }
+    // The id of the screen whose zones the window was snapped into.
+    std::optional<QString> snappedScreenId(const Window& window) const
+    {
+        const auto it = m_snappedScreens.constFind(window.id());
+        return it == m_snappedScreens.constEnd() ? std::nullopt : std::optional<QString>(*it);
+    }
 
 private:
     // The focused window, its frame (desktop space) and the zones of the active layout of
