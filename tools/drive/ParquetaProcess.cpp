@@ -90,6 +90,21 @@ std::optional<int> ParquetaProcess::launchAgain(const QStringList& arguments, in
     return launch.exitCode();
 }
 
+std::optional<LaunchOutcome> ParquetaProcess::command(const QStringList& arguments, int timeoutMs)
+{
+    QProcess launch;
+    launch.start(executable(), arguments);
+    if (!launch.waitForFinished(timeoutMs)) {
+        launch.kill();
+        launch.waitForFinished();
+        return std::nullopt;
+    }
+    if (launch.exitStatus() != QProcess::NormalExit)
+        return std::nullopt;
+    return LaunchOutcome {launch.exitCode(), QString::fromUtf8(launch.readAllStandardOutput()),
+        QString::fromUtf8(launch.readAllStandardError())};
+}
+
 bool ParquetaProcess::waitUntilReady(int timeoutMs)
 {
     bool exited = false;

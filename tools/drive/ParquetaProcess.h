@@ -24,6 +24,14 @@ struct ProcessSample
     qint64 contextSwitches() const { return voluntarySwitches + involuntarySwitches; }
 };
 
+// What a launch that ended printed, and its exit code.
+struct LaunchOutcome
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
 // The real `parqueta` executable running on a virtual desktop, as a user would start it:
 // with the desktop's scratch HOME and XDG directories (so its settings file is
 // settingsPath()), DISPLAY pointing at the desktop, and its console log in a file.
@@ -70,6 +78,9 @@ public:
     // Launches the program once more with these arguments, as a user would while it
     // runs, and returns that launch's exit code (nothing when it did not end in time).
     static std::optional<int> launchAgain(const QStringList& arguments, int timeoutMs = 10000);
+    // The same, keeping what the launch printed: for the commands that answer
+    // (--list, --snap-focused …). Nothing when it did not end in time.
+    static std::optional<LaunchOutcome> command(const QStringList& arguments, int timeoutMs = 15000);
     // SIGKILL, as a crash or the OOM killer would; reaped before returning.
     void kill9();
 
