@@ -24,6 +24,7 @@ constexpr int kAnswerTimeoutMs = 15000;
 // No answer is anywhere near this; a larger one is not Parqueta's.
 constexpr qsizetype kMaxAnswerBytes = 16 * 1024 * 1024;
 const char* const kAnswered = "parquetaAnswered";
+const QString kDeadline = QStringLiteral("parquetaDeadline");
 } // namespace
 
 SingleInstance::SingleInstance(QString key, QObject* parent)
@@ -161,6 +162,7 @@ void SingleInstance::acceptConnections()
         // Qt stops reading from the client once this much waits, however much it sends.
         socket->setReadBufferSize(kMaxRequestBytes + 1);
         auto* deadline = new QTimer(socket);
+        deadline->setObjectName(kDeadline);
         deadline->setSingleShot(true);
         connect(deadline, &QTimer::timeout, socket, [socket] {
             if (!socket->property(kAnswered).toBool())
@@ -199,7 +201,7 @@ void SingleInstance::serve(QLocalSocket* socket)
     socket->setProperty(kAnswered, true);
     const QByteArray answer = m_handler ? m_handler(request) : QByteArray();
     // The client now has as long again to take the answer.
-    if (auto* deadline = socket->findChild<QTimer*>())
+    if (auto* deadline = socket->findChild<QTimer*>(kDeadline, Qt::FindDirectChildrenOnly))
         deadline->start(kClientTimeoutMs);
     socket->write(answer);
     socket->disconnectFromServer();
