@@ -219,7 +219,7 @@ std::optional<WindowApplication> AccessibilityWindowControl::application(const W
         std::fflush(stdout);
         return std::nullopt;
     }
-    return WindowApplication {*pid, app->localizedName, app->bundleIdentifier};
+    return WindowApplication {*pid, app->localizedName, app->bundleIdentifier, app->localizedName};
 }
 
 std::optional<QPointF> AccessibilityWindowControl::readPosition(const AxElement& window)
