@@ -241,7 +241,7 @@ void Application::reopen()
 SettingsWindow& Application::settingsWindow()
 {
     if (!m_settingsWindow) {
-        SettingsWindow::Services services {m_settings, *m_layouts, *m_screens,
+        SettingsWindow::Services services {m_settings, *m_layouts, *m_screens, *m_windows,
             [this](const QString& name, QWidget* parent) -> QWidget* {
                 return new ShortcutRecorder(*m_shortcuts, name, parent);
             },
