@@ -43,7 +43,8 @@ SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF p
     // A window the engine refuses for the user's list is explained like one of a kind
     // Parqueta never snaps: the same sentence, with the list as the reason.
     if (const QString entry = m_windows.excludedBy(*window); facts->notNormalBecause.isEmpty() && !entry.isEmpty())
-        facts->notNormalBecause = tr("its application (%1) is in the list of applications Parqueta never snaps").arg(entry);
+        facts->notNormalBecause
+            = tr("its application (%1) is in the list of applications Parqueta never snaps").arg(entry);
     const std::optional<Screen> screen = m_screens.screenWithPoint(point);
     const std::shared_ptr<Layout> layout = screen ? m_layouts.activeFor(*screen) : nullptr;
     Report report = explain(*facts, layout.get());

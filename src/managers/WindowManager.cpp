@@ -52,8 +52,9 @@ WindowPtr WindowManager::snappableOnly(WindowPtr window)
         return window;
     }
     if (m_lastRefused != window->id())
-        qCDebug(lcWindows).noquote()
-            << QStringLiteral("Leaving window 0x%1 of %2 alone: %3").arg(window->id(), 0, 16).arg(window->appName(), why);
+        qCDebug(lcWindows).noquote() << QStringLiteral("Leaving window 0x%1 of %2 alone: %3")
+                                            .arg(window->id(), 0, 16)
+                                            .arg(window->appName(), why);
     m_lastRefused = window->id();
     return nullptr;
 }

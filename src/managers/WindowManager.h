@@ -32,7 +32,8 @@ public:
     using ScreenLocator = std::function<std::optional<Screen>(const QRectF& frame)>;
 
     // settings (may be null: nothing excluded) holds excludedApplications.
-    explicit WindowManager(WindowControl& control, ScreenLocator screenLocator = {}, const Settings* settings = nullptr);
+    explicit WindowManager(
+        WindowControl& control, ScreenLocator screenLocator = {}, const Settings* settings = nullptr);
 
     // The screen whose display shares the most area with the frame; a frame on no
     // display belongs to the screen under its centre, if any.

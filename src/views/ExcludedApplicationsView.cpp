@@ -33,9 +33,8 @@ ExcludedApplicationsView::ExcludedApplicationsView(SettingsBinder& binder, Windo
     m_pick->setObjectName(QStringLiteral("pickWindow"));
 
     connect(m_name, &QLineEdit::returnPressed, this, &ExcludedApplicationsView::addTyped);
-    connect(m_name, &QLineEdit::textChanged, this, [this](const QString& text) {
-        m_add->setEnabled(!text.trimmed().isEmpty());
-    });
+    connect(m_name, &QLineEdit::textChanged, this,
+        [this](const QString& text) { m_add->setEnabled(!text.trimmed().isEmpty()); });
     connect(m_add, &QPushButton::clicked, this, &ExcludedApplicationsView::addTyped);
     connect(m_remove, &QPushButton::clicked, this, &ExcludedApplicationsView::removeSelected);
     m_list->installEventFilter(this);

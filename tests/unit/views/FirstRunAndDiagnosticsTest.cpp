@@ -140,8 +140,10 @@ TEST_F(FirstRunAndDiagnostics, TheDebugWindowFollowsTheEngineAndExplainsWindows)
             {"is a window Parqueta snaps", "steps of 6 × 13 px", "will not shrink below 700 × 200, so it overflows "
              "zones 1, 2", "did not honour the last move", "zone 1, 640 × 1080 at 0, 0 in layout space"}},
         {9, dock, {"Parqueta never snaps", "dock window"}},
-        {10, {}, {"Parqueta never snaps “XTerm”", "its application (xterm) is in the list of applications Parqueta "
-                  "never snaps", "no: its application"}, "XTerm"},
+        {10, {},
+            {"Parqueta never snaps “XTerm”",
+                "its application (xterm) is in the list of applications Parqueta never snaps", "no: its application"},
+            "XTerm"},
         {std::nullopt, {}, {"There is no window there"}},
     };
     settings.setValue(Keys::excludedApplications, QStringList {"xterm"});

@@ -81,8 +81,8 @@ protected:
 TEST_F(SettingsWindowTest, EverySwitchWritesItsKeyAtOnceAndFollowsItBack)
 {
     const BoolKey* keys[] = {&Keys::launchAtLogin, &Keys::hideMenuBarIcon, &Keys::restoreSizeOnUnsnap,
-        &Keys::restoreSnappedWindows, &Keys::spanAdjancedZones, &Keys::enableGaps, &Keys::useSystemAccentColor, &Keys::holdShiftToSnap,
-        &Keys::shortcutsOnEveryScreen, &Keys::automaticUpdates, &Keys::betaUpdates};
+        &Keys::restoreSnappedWindows, &Keys::spanAdjancedZones, &Keys::enableGaps, &Keys::useSystemAccentColor,
+        &Keys::holdShiftToSnap, &Keys::shortcutsOnEveryScreen, &Keys::automaticUpdates, &Keys::betaUpdates};
     window.more().setUpdatesAvailable(true);
     for (const BoolKey* key : keys) {
         SCOPED_TRACE(key->name);
