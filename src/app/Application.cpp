@@ -56,7 +56,8 @@ Application::Application(Platform& platform, Settings& settings, Options options
     , m_options(std::move(options))
 {
     m_screens = std::make_unique<ScreenManager>(platform.displays(), settings);
-    m_windows = std::make_unique<WindowManager>(platform.windows(), WindowManager::screenLocator(*m_screens));
+    m_windows
+        = std::make_unique<WindowManager>(platform.windows(), WindowManager::screenLocator(*m_screens), &settings);
     m_shortcuts = std::make_unique<GlobalShortcuts>(platform.hotkeys(), settings);
     m_layouts = std::make_unique<LayoutManager>(settings, *m_screens, *m_shortcuts);
     m_dragMonitor = std::make_unique<WindowDragMonitor>(platform.input(), *m_windows);
@@ -241,7 +242,7 @@ void Application::reopen()
 SettingsWindow& Application::settingsWindow()
 {
     if (!m_settingsWindow) {
-        SettingsWindow::Services services {m_settings, *m_layouts, *m_screens,
+        SettingsWindow::Services services {m_settings, *m_layouts, *m_screens, *m_windows,
             [this](const QString& name, QWidget* parent) -> QWidget* {
                 return new ShortcutRecorder(*m_shortcuts, name, parent);
             },

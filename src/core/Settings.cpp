@@ -91,6 +91,8 @@ QString nameOfStoredKey(const char* storedKey)
         {Keys::autoSpanDistance.name, Keys::autoSpanDistance.storedKey},
         {Keys::holdShiftToSnap.name, Keys::holdShiftToSnap.storedKey},
         {Keys::moveWindowsOnLayoutChange.name, Keys::moveWindowsOnLayoutChange.storedKey},
+        {Keys::restoreSnappedWindows.name, Keys::restoreSnappedWindows.storedKey},
+        {Keys::excludedApplications.name, Keys::excludedApplications.storedKey},
         {Keys::shortcutsOnEveryScreen.name, Keys::shortcutsOnEveryScreen.storedKey},
         {Keys::screens.name, Keys::screens.storedKey},
         {Keys::layouts.name, Keys::layouts.storedKey},
@@ -194,6 +196,37 @@ void Settings::setValue(const ColorKey& key, const QColor& value)
         return;
     }
     m_backend->setValue(storedKeyText(key.storedKey), ColorCodec::encode(value));
+    written(key.name, key.storedKey);
+}
+
+QStringList Settings::value(const StringListKey& key) const
+{
+    const QVariant raw = m_backend->value(storedKeyText(key.storedKey));
+    if (!raw.isValid())
+        return {};
+    if (!isList(raw)) {
+        reportProblem(key.storedKey, QStringLiteral("is not a list (%1); it reads as empty").arg(describe(raw)));
+        return {};
+    }
+    QStringList result;
+    QStringList skipped;
+    const QVariantList elements = raw.toList();
+    for (qsizetype i = 0; i < elements.size(); ++i) {
+        if (const std::optional<QString> text = asText(elements.at(i)))
+            result.append(*text);
+        else
+            skipped << QStringLiteral("[%1]: %2").arg(i).arg(describe(elements.at(i)));
+    }
+    if (!skipped.isEmpty())
+        reportProblem(key.storedKey,
+            QStringLiteral("has elements that are not text, skipped while the rest is kept: %1")
+                .arg(skipped.join(u"; ")));
+    return result;
+}
+
+void Settings::setValue(const StringListKey& key, const QStringList& value)
+{
+    m_backend->setValue(storedKeyText(key.storedKey), value);
     written(key.name, key.storedKey);
 }
 

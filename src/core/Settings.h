@@ -8,6 +8,7 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -40,6 +41,13 @@ struct ColorKey
     QColor (*defaultValue)();
 };
 
+// A list of texts, empty by default, written whole.
+struct StringListKey
+{
+    const char* name;
+    const char* storedKey;
+};
+
 // A structured key whose stored value is a map from a screen id to data blobs.
 struct BlobMapKey
 {
@@ -61,6 +69,12 @@ extern const BoolKey spanAdjancedZones;
 extern const DoubleKey autoSpanDistance;
 extern const BoolKey holdShiftToSnap;
 extern const BoolKey moveWindowsOnLayoutChange;
+// Windows return to the zones they were snapped to after a restart or when their
+// monitor comes back.
+extern const BoolKey restoreSnappedWindows;
+// WM_CLASS names (class or instance, any case) of applications whose windows are never
+// snapped: no zone mode while one is dragged, no shortcut moves one.
+extern const StringListKey excludedApplications;
 // Off: moving and spanning compare the window's desktop position with layout-space zones
 // as raw numbers (so they act only on the screen at the desktop's origin) and cycling
 // groups windows by zone id across screens. On: the position is taken into the window's
@@ -96,6 +110,9 @@ public:
     void setValue(const BoolKey& key, bool value);
     void setValue(const DoubleKey& key, double value);
     void setValue(const ColorKey& key, const QColor& value);
+    // Entries that are not text are skipped (and reported once) while the rest is kept.
+    QStringList value(const StringListKey& key) const;
+    void setValue(const StringListKey& key, const QStringList& value);
 
     // screens: id -> blob. Entries of the wrong type are skipped, siblings kept.
     QMap<QString, QByteArray> blobs(const BlobMapKey& key) const;

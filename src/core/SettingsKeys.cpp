@@ -54,6 +54,8 @@ constinit const BoolKey spanAdjancedZones {"spanAdjancedZones", "spanAdjancedZon
 constinit const DoubleKey autoSpanDistance {"autoSpanDistance", "autoSpanDistance", 40.0};
 constinit const BoolKey holdShiftToSnap {"holdShiftToSnap", "holdShiftToSnap", false};
 constinit const BoolKey moveWindowsOnLayoutChange {"moveWindowsOnLayoutChange", "moveWindowsOnLayoutChange", true};
+constinit const BoolKey restoreSnappedWindows {"restoreSnappedWindows", "restoreSnappedWindows", true};
+constinit const StringListKey excludedApplications {"excludedApplications", "excludedApplications"};
 constinit const BoolKey shortcutsOnEveryScreen {"shortcutsOnEveryScreen", "shortcutsOnEveryScreen", false};
 constinit const BlobMapKey screens {"screens", "screens-v0"};
 constinit const BlobMapKey layouts {"layouts", "layouts-v0"};

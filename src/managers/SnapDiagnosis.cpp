@@ -34,12 +34,17 @@ QString SnapDiagnosis::describeRect(const QRectF& rect)
 
 SnapDiagnosis::Report SnapDiagnosis::diagnose(const WindowPtr& window, QPointF point)
 {
-    const std::optional<WindowFacts> facts = window ? m_windows.facts(*window) : std::nullopt;
+    std::optional<WindowFacts> facts = window ? m_windows.facts(*window) : std::nullopt;
     if (!facts) {
         Report gone;
         gone.verdict = tr("There is no window there any more, or it belongs to no application Parqueta can read.");
         return gone;
     }
+    // A window the engine refuses for the user's list is explained like one of a kind
+    // Parqueta never snaps: the same sentence, with the list as the reason.
+    if (const QString entry = m_windows.excludedBy(*window); facts->notNormalBecause.isEmpty() && !entry.isEmpty())
+        facts->notNormalBecause
+            = tr("its application (%1) is in the list of applications Parqueta never snaps").arg(entry);
     const std::optional<Screen> screen = m_screens.screenWithPoint(point);
     const std::shared_ptr<Layout> layout = screen ? m_layouts.activeFor(*screen) : nullptr;
     Report report = explain(*facts, layout.get());

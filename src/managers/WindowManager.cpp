@@ -1,21 +1,62 @@
 #include "managers/WindowManager.h"
 
 #include "core/Logging.h"
+#include "core/Settings.h"
 #include "managers/ScreenManager.h"
 
-WindowManager::WindowManager(WindowControl& control, ScreenLocator screenLocator)
+WindowManager::WindowManager(WindowControl& control, ScreenLocator screenLocator, const Settings* settings)
     : m_control(control)
     , m_screenLocator(std::move(screenLocator))
+    , m_settings(settings)
 { }
 
-WindowPtr WindowManager::getFocusedWindow()
+WindowPtr WindowManager::getFocusedWindow(WindowLookup lookup)
 {
-    return windowFrom(m_control.focusedWindow());
+    WindowPtr window = windowFrom(m_control.focusedWindow());
+    return lookup == WindowLookup::Any ? window : snappableOnly(std::move(window));
 }
 
-WindowPtr WindowManager::getWindowAtCursor()
+WindowPtr WindowManager::getWindowAtCursor(WindowLookup lookup)
 {
-    return windowFrom(m_control.windowAtCursor());
+    WindowPtr window = windowFrom(m_control.windowAtCursor());
+    return lookup == WindowLookup::Any ? window : snappableOnly(std::move(window));
+}
+
+QString WindowManager::excludedBy(const Window& window) const
+{
+    if (!m_settings)
+        return {};
+    const WindowApplication& app = window.app();
+    for (const QString& entry : m_settings->value(Keys::excludedApplications)) {
+        const QString name = entry.trimmed();
+        if (!name.isEmpty()
+            && (name.compare(app.identifier, Qt::CaseInsensitive) == 0
+                || name.compare(app.instance, Qt::CaseInsensitive) == 0))
+            return name;
+    }
+    return {};
+}
+
+WindowPtr WindowManager::snappableOnly(WindowPtr window)
+{
+    if (!window)
+        return nullptr;
+    // The list first: it costs no round trip to the window system.
+    QString why;
+    if (const QString entry = excludedBy(*window); !entry.isEmpty())
+        why = QStringLiteral("its application is in excludedApplications (%1)").arg(entry);
+    else if (!isNormal(*window))
+        why = QStringLiteral("it is not a normal window");
+    if (why.isEmpty()) {
+        m_lastRefused = 0;
+        return window;
+    }
+    if (m_lastRefused != window->id())
+        qCDebug(lcWindows).noquote() << QStringLiteral("Leaving window 0x%1 of %2 alone: %3")
+                                            .arg(window->id(), 0, 16)
+                                            .arg(window->appName(), why);
+    m_lastRefused = window->id();
+    return nullptr;
 }
 
 WindowPtr WindowManager::windowFrom(const WindowControl::Handle& handle)

@@ -12,17 +12,28 @@
 #include <optional>
 
 class ScreenManager;
+class Settings;
+
+// Which windows a lookup gives: those Parqueta may move, or any (to explain or name it).
+enum class WindowLookup { Snappable, Any };
 
 // Finds other applications' windows and reads, moves and raises them through the
 // platform's window control. Nothing is cached here: every read asks the window
 // system again, and a window that has gone gives absent values.
+//
+// This is the one place that decides which windows the engine may touch: the drag
+// monitor and the shortcuts find their window through the lookups below, which refuse a
+// window that is not a normal one or whose application the user excluded, so no
+// gesture, snap, unsnap or shortcut ever starts with such a window.
 class WindowManager final
 {
 public:
     // Which screen holds a frame (desktop space); absent when it lies on none.
     using ScreenLocator = std::function<std::optional<Screen>(const QRectF& frame)>;
 
-    explicit WindowManager(WindowControl& control, ScreenLocator screenLocator = {});
+    // settings (may be null: nothing excluded) holds excludedApplications.
+    explicit WindowManager(
+        WindowControl& control, ScreenLocator screenLocator = {}, const Settings* settings = nullptr);
 
     // The screen whose display shares the most area with the frame; a frame on no
     // display belongs to the screen under its centre, if any.
@@ -31,10 +42,14 @@ public:
     WindowManager(const WindowManager&) = delete;
     WindowManager& operator=(const WindowManager&) = delete;
 
-    // The focused window of the active application.
-    WindowPtr getFocusedWindow();
-    // The top-level window under the pointer.
-    WindowPtr getWindowAtCursor();
+    // The focused window of the active application; with Snappable, nothing when
+    // Parqueta leaves that window alone (logged at debug level).
+    WindowPtr getFocusedWindow(WindowLookup lookup = WindowLookup::Snappable);
+    // The top-level window under the pointer, likewise.
+    WindowPtr getWindowAtCursor(WindowLookup lookup = WindowLookup::Snappable);
+    // The entry of excludedApplications that names the window's class or instance (in
+    // any case); empty when none does.
+    QString excludedBy(const Window& window) const;
     // A record for a platform window, or nothing (logged) when its number or size
     // cannot be read or its application cannot be found.
     WindowPtr windowFrom(const WindowControl::Handle& handle);
@@ -58,6 +73,11 @@ public:
     std::optional<Screen> screen(const Window& window);
 
 private:
+    WindowPtr snappableOnly(WindowPtr window);
+
     WindowControl& m_control;
     ScreenLocator m_screenLocator;
+    const Settings* m_settings;
+    // The window refused last, so a drag over it logs once rather than at every step.
+    quint32 m_lastRefused = 0;
 };

@@ -23,6 +23,8 @@ struct WindowApplication
     QString name;
     // Stable for the application across runs (a bundle identifier, an X11 class).
     QString identifier;
+    // The X11 instance name ("xterm" for class "XTerm"); the application's name on macOS.
+    QString instance;
 };
 
 // One window of another application as the engine knows it. The record is taken once

@@ -191,5 +191,5 @@ QString DebugViewModel::toText(const QList<DebugNode>& nodes)
 SnapDiagnosis::Report DebugViewModel::inspectWindowUnderPointer()
 {
     const QPointF point = m_sources.screens.pointerLocation();
-    return m_diagnosis.diagnose(m_sources.windows.getWindowAtCursor(), point);
+    return m_diagnosis.diagnose(m_sources.windows.getWindowAtCursor(WindowLookup::Any), point);
 }

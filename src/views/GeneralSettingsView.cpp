@@ -3,6 +3,7 @@
 #include "core/Settings.h"
 #include "views/ColorWell.h"
 #include "views/CrispValueAdjuster.h"
+#include "views/ExcludedApplicationsView.h"
 #include "views/SettingsBinder.h"
 #include "views/SettingsText.h"
 
@@ -12,7 +13,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& reopenPlace, QWidget* parent)
+GeneralSettingsView::GeneralSettingsView(
+    SettingsBinder& binder, WindowManager& windows, const QString& reopenPlace, QWidget* parent)
     : QWidget(parent)
     , m_binder(binder)
     , m_layout(new QVBoxLayout(this))
@@ -26,6 +28,8 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     m_layout->addWidget(toggle(tr("&Hide menubar icon"), Keys::hideMenuBarIcon,
         tr("Open %1 from %2 to access these settings").arg(QApplication::applicationName(), reopenPlace)));
     m_layout->addWidget(toggle(tr("&Restore window size on unsnap"), Keys::restoreSizeOnUnsnap));
+    m_layout->addWidget(toggle(tr("Restore &windows to their zones"), Keys::restoreSnappedWindows,
+        tr("After a restart or when a monitor comes back, windows return to the zones they were snapped to")));
 
     m_layout->addWidget(toggle(tr("Automatically &span adjacent zones"), Keys::spanAdjancedZones,
         tr("Suggest spanning a window across multiple zones when dragged near the edge of another zone")));
@@ -47,6 +51,11 @@ GeneralSettingsView::GeneralSettingsView(SettingsBinder& binder, const QString& 
     binder.follow(Keys::gapSize.name, [gap] { gap->refresh(); });
     binder.showWhile(gap, Keys::enableGaps);
     m_layout->addWidget(gap);
+
+    m_layout->addWidget(SettingsText::heading(tr("Never snap these applications"), this));
+    m_layout->addWidget(SettingsText::caption(
+        tr("Windows whose class (WM_CLASS) is listed here never enter zone mode and no shortcut moves them"), this));
+    m_layout->addWidget(new ExcludedApplicationsView(binder, windows, this));
 
     m_layout->addWidget(SettingsText::heading(tr("Accent and highlight colors"), this));
     m_layout->addWidget(toggle(tr("Use system &accent color"), Keys::useSystemAccentColor));

@@ -30,7 +30,7 @@ SettingsWindow::SettingsWindow(const Services& services, QWidget* parent)
 
     // The General tab is the longest: it scrolls rather than making the window tall.
     auto* general = new QScrollArea(this);
-    general->setWidget(new GeneralSettingsView(*m_binder, services.reopenPlace, general));
+    general->setWidget(new GeneralSettingsView(*m_binder, services.windows, services.reopenPlace, general));
     general->setWidgetResizable(true);
     general->setFrameShape(QFrame::NoFrame);
     m_tabs->addTab(general, tr("General"));

@@ -17,6 +17,7 @@ class QTabWidget;
 class ScreenManager;
 class Settings;
 class SettingsBinder;
+class WindowManager;
 
 // The settings window: the tabs General, Layouts, Shortcuts and More. Every control
 // writes its key at once; there is no Apply. Closing only hides it.
@@ -32,6 +33,8 @@ public:
         Settings& settings;
         LayoutManager& layouts;
         ScreenManager& screens;
+        // Names the window picked for the applications never snapped.
+        WindowManager& windows;
         // The shortcut control of a named global shortcut.
         std::function<QWidget*(const QString& shortcutName, QWidget* parent)> recorderFor;
         // "0.1.0 (57)", "-beta" added for a pre-release build.

@@ -1,6 +1,7 @@
-// The rest of the main road with the real program: gaps and the six window shortcuts;
-// and the program under a changing desktop: a window closing or a monitor going away
-// mid-drag, the window manager replaced or killed, input in an unusual order.
+// The rest of the main road with the real program: gaps, the six window shortcuts, an
+// application never snapped; and the program under a changing desktop: a window closing
+// or a monitor going away mid-drag, the window manager replaced or killed, input in an
+// unusual order.
 #include "ChildProcess.h"
 #include "E2EFixture.h"
 
@@ -58,6 +59,30 @@ TEST_F(Fixture, TheShortcutsMoveAndSpanTheFocusedWindow)
         EXPECT_TRUE(lands(plain, expected)) << "shortcut " << int(shortcut);
     }
 
+}
+
+// xterm on the list of applications never snapped: a Shift drag of one shows no zones
+// and leaves it where the window manager dropped it, at its own size; a window of another
+// class still snaps.
+TEST_F(Fixture, AnExcludedApplicationIsNeverSnappedWhileOthersStillAre)
+{
+    ASSERT_NO_FATAL_FAILURE(prepare(kOpenboxPlain));
+    ASSERT_NO_FATAL_FAILURE(
+        startParqueta([](Settings& s) { s.setValue(Keys::excludedApplications, QStringList {"xterm"}); }));
+    const xcb_window_t term = xterm("excluded");
+    const xcb_window_t plain = plainWindow("not excluded");
+    const std::optional<QRect> before = driver.frameOf(term);
+    ASSERT_TRUE(before);
+    const DragReport excluded = driver.drag(term, zones.dropPoint(kLeft, "2", QPoint(0, 100)));
+    EXPECT_TRUE(excluded.windowMoved) << "the window manager moved it";
+    EXPECT_FALSE(excluded.overlayShown) << log();
+    EXPECT_EQ(excluded.overlaysAtDrop, 0);
+    EXPECT_FALSE(driver.waitForFrame(term, frame(kLeft, "2"), kCell, 1000)) << "snapped:\n" << log();
+    EXPECT_EQ(driver.frameOf(term).value_or(QRect()).size(), before->size());
+
+    const DragReport other = driver.drag(plain, zones.dropPoint(kLeft, "2"));
+    EXPECT_TRUE(other.overlayShown) << log();
+    EXPECT_TRUE(lands(plain, frame(kLeft, "2")));
 }
 
 TEST_F(Fixture, AWindowClosedOrAMonitorRemovedMidDragLeavesParquetaWorking)

@@ -40,7 +40,7 @@ struct FakeEngine
     ScreenManager screens {displays, settings};
     GlobalShortcuts shortcuts {hotkeys, settings};
     LayoutManager layouts {settings, screens, shortcuts};
-    WindowManager windows {control, WindowManager::screenLocator(screens)};
+    WindowManager windows {control, WindowManager::screenLocator(screens), &settings};
     WindowDragMonitor dragMonitor {input, windows};
     ZoneGestureMonitor gestures {dragMonitor, input, settings};
     ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};

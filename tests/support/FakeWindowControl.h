@@ -36,7 +36,7 @@ public:
     // An open window owned by appName (pid = id).
     FakeWindow& addWindow(quint32 id, const QRectF& frame, const QString& appName = QStringLiteral("FakeApp"))
     {
-        return m_windows[id] = FakeWindow {id, frame, WindowApplication {qint64(id), appName, "org.example." + appName}};
+        return m_windows[id] = FakeWindow {id, frame, WindowApplication {qint64(id), appName, "org.example." + appName, appName}};
     }
     FakeWindow* window(quint32 id) { return m_windows.contains(id) ? &m_windows[id] : nullptr; }
     void close(quint32 id)

@@ -209,16 +209,24 @@ TEST_F(X11Test, LookupsFocusAndWindowTypes)
         desktop.property32(first, "_NET_WM_WINDOW_TYPE"); // a round trip
     };
     for (const char* type : {"_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_MENU",
-             "_NET_WM_WINDOW_TYPE_TOOLTIP", "_NET_WM_WINDOW_TYPE_NOTIFICATION", "_NET_WM_WINDOW_TYPE_SPLASH"}) {
+             "_NET_WM_WINDOW_TYPE_TOOLTIP", "_NET_WM_WINDOW_TYPE_NOTIFICATION", "_NET_WM_WINDOW_TYPE_SPLASH",
+             "_NET_WM_WINDOW_TYPE_DIALOG"}) {
         setTypes({type});
         EXPECT_FALSE(control.isNormal(*handle)) << type;
     }
-    setTypes({"_KDE_NET_WM_WINDOW_TYPE_OVERRIDE", "_NET_WM_WINDOW_TYPE_DIALOG"});
+    setTypes({"_KDE_NET_WM_WINDOW_TYPE_OVERRIDE", "_NET_WM_WINDOW_TYPE_NORMAL"});
+    EXPECT_TRUE(control.isNormal(*handle));
+    // A window of another's (a dialog without a type, a palette) is never snapped either.
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, first, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 32, 1, &second);
+    desktop.property32(first, "WM_TRANSIENT_FOR"); // a round trip
+    EXPECT_FALSE(control.isNormal(*handle)) << "transient";
+    xcb_delete_property(c, first, XCB_ATOM_WM_TRANSIENT_FOR);
+    desktop.property32(first, "WM_TRANSIENT_FOR");
     EXPECT_TRUE(control.isNormal(*handle));
     ASSERT_TRUE(desktop.startPanel(0));
     EXPECT_FALSE(control.isNormal(*X11WindowControl::handleFor(desktop.panelWindow()))) << "the panel";
 
-    // What "Why won't this window snap?" says: the dialog snaps, the panel never does, the
+    // What "Why won't this window snap?" says: the normal window snaps, the panel never does, the
     // terminal fills a zone only to within its character cell after a move it honoured.
     struct Explained
     {

@@ -26,7 +26,6 @@ const QString kEnhancedUserInterface = QStringLiteral("AXEnhancedUserInterface")
 const QString kRaise = QStringLiteral("AXRaise");
 const QString kWindowRole = QStringLiteral("AXWindow");
 const QString kStandardWindow = QStringLiteral("AXStandardWindow");
-const QString kDialog = QStringLiteral("AXDialog");
 
 // kCGWindowListOptionOnScreenOnly | kCGWindowListExcludeDesktopElements.
 constexpr quint32 kOnScreenWithoutDesktop = 1 | 16;
@@ -219,7 +218,7 @@ std::optional<WindowApplication> AccessibilityWindowControl::application(const W
         std::fflush(stdout);
         return std::nullopt;
     }
-    return WindowApplication {*pid, app->localizedName, app->bundleIdentifier};
+    return WindowApplication {*pid, app->localizedName, app->bundleIdentifier, app->localizedName};
 }
 
 std::optional<QPointF> AccessibilityWindowControl::readPosition(const AxElement& window)
@@ -339,8 +338,10 @@ QString AccessibilityWindowControl::notNormalReason(const AxElement& window)
     const std::optional<QString> subrole = valueOf<QString>(m_api.copyAttribute(window, kSubrole));
     if (!subrole)
         return tr("it does not say which kind of window it is");
-    if (*subrole != kStandardWindow && *subrole != kDialog)
-        return tr("it says it is a %1, and Parqueta snaps only standard windows and dialogs")
+    // Dialogs go where their application wants them; in a zone one would cover the
+    // window it serves.
+    if (*subrole != kStandardWindow)
+        return tr("it says it is a %1, and Parqueta snaps only standard windows")
             .arg(kindInWords(*subrole));
     return {};
 }

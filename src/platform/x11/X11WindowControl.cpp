@@ -204,6 +204,7 @@ std::optional<WindowApplication> X11WindowControl::application(const WindowHandl
         // The class names the application ("XTerm", "firefox"); desktop files match on it.
         app.name = QString::fromLocal8Bit(wmClass.class_name);
         app.identifier = app.name;
+        app.instance = QString::fromLocal8Bit(wmClass.instance_name);
         xcb_icccm_get_wm_class_reply_wipe(&wmClass);
     } else if (error) {
         vanished = true;

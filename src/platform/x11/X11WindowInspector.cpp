@@ -73,13 +73,19 @@ QString X11WindowInspector::notNormalReason(xcb_window_t window)
             return tr("it is one of Parqueta's own windows");
     }
 
-    // The first type this code knows decides (EWMH); without one, the window is normal
-    // (a transient one is a dialog, which is fine too).
+    // A window that belongs to another (WM_TRANSIENT_FOR: a dialog, a palette, a find
+    // bar) goes where its owner wants it; in a zone it would cover the window it serves.
+    const auto owner = m_connection.property32(window, XCB_ATOM_WM_TRANSIENT_FOR);
+    if (owner && !owner->empty() && owner->front() != XCB_WINDOW_NONE)
+        return tr("it belongs to another window (a dialog or a palette), and Parqueta snaps only normal windows");
+
+    // The first type this code knows decides (EWMH); without one, the window is normal.
     const auto types = m_connection.property32(window, ewmh->_NET_WM_WINDOW_TYPE);
     if (!types)
         return tr("it is gone");
-    const xcb_atom_t snapped[] = {ewmh->_NET_WM_WINDOW_TYPE_NORMAL, ewmh->_NET_WM_WINDOW_TYPE_DIALOG};
-    const xcb_atom_t left[] = {ewmh->_NET_WM_WINDOW_TYPE_DESKTOP, ewmh->_NET_WM_WINDOW_TYPE_DOCK,
+    const xcb_atom_t snapped[] = {ewmh->_NET_WM_WINDOW_TYPE_NORMAL};
+    const xcb_atom_t left[] = {ewmh->_NET_WM_WINDOW_TYPE_DIALOG, ewmh->_NET_WM_WINDOW_TYPE_DESKTOP,
+        ewmh->_NET_WM_WINDOW_TYPE_DOCK,
         ewmh->_NET_WM_WINDOW_TYPE_TOOLBAR, ewmh->_NET_WM_WINDOW_TYPE_MENU, ewmh->_NET_WM_WINDOW_TYPE_UTILITY,
         ewmh->_NET_WM_WINDOW_TYPE_SPLASH, ewmh->_NET_WM_WINDOW_TYPE_DROPDOWN_MENU,
         ewmh->_NET_WM_WINDOW_TYPE_POPUP_MENU, ewmh->_NET_WM_WINDOW_TYPE_TOOLTIP,
@@ -89,7 +95,7 @@ QString X11WindowInspector::notNormalReason(xcb_window_t window)
             return {};
         if (std::find(std::begin(left), std::end(left), type) != std::end(left)) {
             const QStringList name = atomNames({type}, "_NET_WM_WINDOW_TYPE_");
-            return tr("it says it is a %1 window, and Parqueta snaps only normal windows and dialogs")
+            return tr("it says it is a %1 window, and Parqueta snaps only normal windows")
                 .arg(name.value(0, QStringLiteral("?")));
         }
     }

@@ -351,6 +351,68 @@ TEST_F(Engine, ShortcutsOnEveryScreenActOnTheWindowsOwnScreen)
     EXPECT_EQ(control.calls(QStringList {"focus"}).value(0).id, 8u) << "grouped by zone id across screens";
 }
 
+// Window 9 stands in LEFT's zone 1 and has the focus. With "xterm" excluded (the class is
+// "XTerm"), a Shift drag of it is no zone gesture and the move, span and cycle keys do
+// nothing, whether its class or its instance matches; a dock is left alone whatever the
+// list says; another application's window still does both.
+TEST_F(Engine, ExcludedApplicationsAndOtherKindsAreNeverDraggedIntoZonesNorMovedByShortcuts)
+{
+    shortcuts.registerDefaultShortcuts();
+    settings.setValue(Keys::excludedApplications, QStringList {"Firefox", "xterm"});
+    WindowFacts dock;
+    dock.notNormalBecause = QStringLiteral("it says it is a dock window");
+    struct Row
+    {
+        const char* what;
+        WindowApplication app;
+        WindowFacts facts;
+        bool leftAlone;
+    };
+    const Row rows[] = {
+        {"class in another case", {9, "XTerm", "XTerm", "terminal"}, {}, true},
+        {"instance in another case", {9, "Terminal", "Terminal", "XTERM"}, {}, true},
+        {"a dock", {9, "Panel", "Panel", "panel"}, dock, true},
+        {"another application", {9, "Gimp", "Gimp", "gimp"}, {}, false},
+    };
+    const QRectF first = zones(left, {1})[0]->rect().translated(0, 30);
+    GestureLog observer;
+    gestures.addObserver(&observer);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        FakeWindowControl::FakeWindow& nine = control.addWindow(9, first);
+        nine.app = row.app;
+        nine.facts = row.facts;
+        observer.log.clear();
+        control.clearCalls();
+        control.setWindowAtCursor(9);
+        input.setModifiers(Qt::ShiftModifier);
+        input.pressLeft();
+        input.moveBy(1, 0);
+        for (int i = 0; i < 3; ++i) {
+            control.moveWindow(9, frameOf(9).topLeft() + QPointF(5, 0));
+            input.moveBy(5, 0);
+        }
+        EXPECT_EQ(gestures.inZoneMode(), !row.leftAlone);
+        input.releaseLeft();
+        input.setModifiers({});
+        EXPECT_EQ(observer.log.value(0), row.leftAlone ? "" : "start");
+        EXPECT_EQ(observer.log.value(observer.log.size() - 1), row.leftAlone ? "" : "end #9");
+
+        control.setWindowFrame(9, first);
+        zoneManager.snap(record(9), zones(left, {1}));
+        control.setFocused(9);
+        control.clearCalls();
+        ASSERT_TRUE(hotkeys.press(kCycleRight));
+        ASSERT_TRUE(hotkeys.press(kSpanRight));
+        EXPECT_EQ(zonesOf(9), row.leftAlone ? "1" : "2 3");
+        EXPECT_EQ(frameOf(9), row.leftAlone ? first : QRectF(400, 30, 880, 1050));
+        ASSERT_TRUE(hotkeys.press(kNext));
+        EXPECT_EQ(control.count("focus"), row.leftAlone ? 0 : 1);
+        EXPECT_EQ(writes().isEmpty(), row.leftAlone);
+    }
+    gestures.removeObserver(&observer);
+}
+
 TEST_F(Engine, CyclingRaisesTheWindowsOfOneZoneInSnapOrderAndDropsClosedOnes)
 {
     shortcuts.registerDefaultShortcuts();

@@ -197,12 +197,12 @@ TEST_F(AccessibilityWindows, FocusRaisesThenActivatesAndReportsTheRaise)
     }
 }
 
-TEST_F(AccessibilityWindows, StandardWindowsAndDialogsOfOtherProcessesAreNormal)
+TEST_F(AccessibilityWindows, OnlyStandardWindowsOfOtherProcessesAreNormal)
 {
     // The expected reason is part of the text; empty: normal; "gone": no facts at all.
     const std::tuple<const char*, std::function<void()>, QString> cases[] = {
         {"standard window", [] {}, ""},
-        {"dialog", [&] { w->set("AXSubrole", QStringLiteral("AXDialog")); }, ""},
+        {"dialog", [&] { w->set("AXSubrole", QStringLiteral("AXDialog")); }, "a dialog"},
         {"palette", [&] { w->set("AXSubrole", QStringLiteral("AXFloatingWindow")); }, "a floating window"},
         {"no subrole", [&] { w->attributes.erase("AXSubrole"); }, "which kind"},
         {"sheet", [&] { w->set("AXRole", QStringLiteral("AXSheet")); }, "no window but a sheet"},

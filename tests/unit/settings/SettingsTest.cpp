@@ -84,12 +84,14 @@ TEST(SettingsFile, EveryTypeRoundTripsUnderItsStoredNameInReadableJson)
         settings->setBlobs(Keys::screens, {{"6E2D-1512x944", R"({"id":"6E2D-1512x944"})"}, {"other", kBinary}});
         settings->setBlobLists(Keys::layouts, {{"6E2D-1512x944", {kLayout, kBinary}}});
         settings->setStrings(Keys::activeLayouts, {{"6E2D-1512x944", "0F8E2C1A-0000-4000-8000-000000000001"}});
+        settings->setValue(Keys::excludedApplications, {"xterm", "Gimp-2.10"});
         ASSERT_TRUE(settings->sync());
     }
     const QJsonObject json = config.json();
     EXPECT_EQ(json.keys(),
         (QStringList {"activeLayouts-v0", "autoSpanDistance", "customAccentColor", "customDarkZoneBackgroundColor",
-            "layouts-v0", "screens-v0", "spanAdjancedZones"}));
+            "excludedApplications", "layouts-v0", "screens-v0", "spanAdjancedZones"}));
+    EXPECT_EQ(json["excludedApplications"].toArray(), (QJsonArray {"xterm", "Gimp-2.10"}));
     EXPECT_EQ(json["customAccentColor"].toArray().at(0), QJsonValue("sRGB"));
     EXPECT_EQ(json["customAccentColor"].toArray().at(1).toArray().at(3).toDouble(), 200 / 255.0);
     EXPECT_TRUE(json["customDarkZoneBackgroundColor"].toString().startsWith("base64:")) << "extended range is archived";
@@ -109,7 +111,9 @@ TEST(SettingsFile, EveryTypeRoundTripsUnderItsStoredNameInReadableJson)
     EXPECT_EQ(settings->blobs(Keys::screens).value("other"), kBinary);
     EXPECT_EQ(settings->blobLists(Keys::layouts).value("6E2D-1512x944"), (QList<QByteArray> {kLayout, kBinary}));
     EXPECT_EQ(settings->strings(Keys::activeLayouts).value("6E2D-1512x944"), "0F8E2C1A-0000-4000-8000-000000000001");
+    EXPECT_EQ(settings->value(Keys::excludedApplications), (QStringList {"xterm", "Gimp-2.10"}));
     EXPECT_TRUE(settings->value(Keys::restoreSizeOnUnsnap)) << "never written: the default";
+    EXPECT_TRUE(settings->value(Keys::restoreSnappedWindows)) << "never written: the default";
 
     // Without XDG_CONFIG_HOME, or with a relative one, the file lives under ~/.config.
     const QByteArray home = qgetenv("HOME");
@@ -150,7 +154,8 @@ TEST(SettingsFile, ValuesOfTheWrongFormReadAsDefaultsAndAreLoggedOnce)
     ConfigHome config;
     config.write(R"({
         "spanAdjancedZones": "yes", "enableGaps": 1, "restoreSizeOnUnsnap": null, "firstRun": false,
-        "gapSize": "10", "autoSpanDistance": 1e300, "zoneTextDarkColor": [0.5, 0.5],
+        "gapSize": "10", "autoSpanDistance": 1e300, "zoneTextDarkColor": [0.5, 0.5], "excludedApplications": "xterm",
+        "restoreSnappedWindows": "no",
         "layouts-v0": {"S1": ["{}", 42, null, "base64:/w=="], "S2": "not a list"}, "screens-v0": ["a"],
         "activeLayouts-v0": {"A": "11111111-2222-4333-8444-555555555555", "B": false, "C": "base64:/w=="}})");
     TestLog log;
@@ -163,13 +168,23 @@ TEST(SettingsFile, ValuesOfTheWrongFormReadAsDefaultsAndAreLoggedOnce)
         EXPECT_EQ(settings->value(Keys::gapSize), 10.0);
         EXPECT_EQ(settings->value(Keys::autoSpanDistance), 40.0);
         EXPECT_EQ(settings->value(Keys::zoneTextDarkColor), QColor(Qt::white));
+        EXPECT_TRUE(settings->value(Keys::excludedApplications).isEmpty()) << "text is not a list of texts";
+        EXPECT_TRUE(settings->value(Keys::restoreSnappedWindows));
         EXPECT_EQ(settings->blobLists(Keys::layouts),
             (QMap<QString, QList<QByteArray>> {{"S1", {"{}", QByteArray("\xff", 1)}}}));
         EXPECT_TRUE(settings->blobs(Keys::screens).isEmpty());
         EXPECT_EQ(settings->strings(Keys::activeLayouts),
             (QMap<QString, QString> {{"A", "11111111-2222-4333-8444-555555555555"}}));
     }
-    EXPECT_EQ(log.count("parqueta.settings"), 8) << log.text(); // one per bad key
+    EXPECT_EQ(log.count("parqueta.settings"), 10) << log.text(); // one per bad key
+
+    // A list keeps its texts and drops what is not one, with one line for all of them.
+    config.write(R"({"excludedApplications": ["xterm", 42, null, {"a": 1}, "Gimp"]})");
+    config.reread();
+    const auto lists = config.open();
+    EXPECT_EQ(lists->value(Keys::excludedApplications), (QStringList {"xterm", "Gimp"}));
+    EXPECT_EQ(lists->value(Keys::excludedApplications), (QStringList {"xterm", "Gimp"}));
+    EXPECT_EQ(log.count("parqueta.settings"), 11) << log.text();
 }
 
 TEST(SettingsFile, AnUnreadableFileIsMovedAsideAndTheLastGoodOneRestored)

@@ -127,6 +127,7 @@ TEST_F(FirstRunAndDiagnostics, TheDebugWindowFollowsTheEngineAndExplainsWindows)
         std::optional<quint32> atCursor;
         WindowFacts facts;
         QStringList said;
+        QString app = QStringLiteral("FakeApp");
     };
     WindowFacts terminal;
     terminal.sizeIncrement = QSize(6, 13);
@@ -139,11 +140,16 @@ TEST_F(FirstRunAndDiagnostics, TheDebugWindowFollowsTheEngineAndExplainsWindows)
             {"is a window Parqueta snaps", "steps of 6 × 13 px", "will not shrink below 700 × 200, so it overflows "
              "zones 1, 2", "did not honour the last move", "zone 1, 640 × 1080 at 0, 0 in layout space"}},
         {9, dock, {"Parqueta never snaps", "dock window"}},
+        {10, {},
+            {"Parqueta never snaps “XTerm”",
+                "its application (xterm) is in the list of applications Parqueta never snaps", "no: its application"},
+            "XTerm"},
         {std::nullopt, {}, {"There is no window there"}},
     };
+    settings.setValue(Keys::excludedApplications, QStringList {"xterm"});
     for (const Case& c : cases) {
         if (c.atCursor) {
-            control.addWindow(*c.atCursor, QRectF(10, 10, 300, 300)).facts = c.facts;
+            control.addWindow(*c.atCursor, QRectF(10, 10, 300, 300), c.app).facts = c.facts;
         }
         control.setWindowAtCursor(c.atCursor);
         displays.setPointer(QPointF(50, 50));

@@ -4,6 +4,7 @@
 // removes and gives layouts shortcuts that work.
 #include "views/SettingsWindow.h"
 #include "FakePlatform.h"
+#include "FakeWindowControl.h"
 #include "TestSupport.h"
 #include "app/StatusMenu.h"
 #include "core/MemorySettingsBackend.h"
@@ -11,9 +12,12 @@
 #include "managers/GlobalShortcuts.h"
 #include "managers/LayoutManager.h"
 #include "managers/ScreenManager.h"
+#include "managers/WindowManager.h"
 #include "views/ColorWell.h"
 #include "views/CrispValueAdjuster.h"
 #include "views/CrispValueAdjusterModel.h"
+#include "views/ExcludedApplicationsModel.h"
+#include "views/ExcludedApplicationsView.h"
 #include "views/LayoutsViewModel.h"
 #include "views/MoreSettingsView.h"
 #include "views/ShortcutRecorder.h"
@@ -21,7 +25,15 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTabWidget>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -58,7 +70,9 @@ protected:
     GlobalShortcuts shortcuts {hotkeys, settings};
     LayoutManager layouts {settings, screens, shortcuts};
     Presets presets {shortcuts, layouts};
-    SettingsWindow window {{settings, layouts, screens,
+    FakeWindowControl control;
+    WindowManager windows {control};
+    SettingsWindow window {{settings, layouts, screens, windows,
         [this](
             const QString& name, QWidget* parent) -> QWidget* { return new ShortcutRecorder(shortcuts, name, parent); },
         QStringLiteral("0.1.0 (7)"), QStringLiteral("the application menu")}};
@@ -67,8 +81,8 @@ protected:
 TEST_F(SettingsWindowTest, EverySwitchWritesItsKeyAtOnceAndFollowsItBack)
 {
     const BoolKey* keys[] = {&Keys::launchAtLogin, &Keys::hideMenuBarIcon, &Keys::restoreSizeOnUnsnap,
-        &Keys::spanAdjancedZones, &Keys::enableGaps, &Keys::useSystemAccentColor, &Keys::holdShiftToSnap,
-        &Keys::shortcutsOnEveryScreen, &Keys::automaticUpdates, &Keys::betaUpdates};
+        &Keys::restoreSnappedWindows, &Keys::spanAdjancedZones, &Keys::enableGaps, &Keys::useSystemAccentColor,
+        &Keys::holdShiftToSnap, &Keys::shortcutsOnEveryScreen, &Keys::automaticUpdates, &Keys::betaUpdates};
     window.more().setUpdatesAvailable(true);
     for (const BoolKey* key : keys) {
         SCOPED_TRACE(key->name);
@@ -80,6 +94,76 @@ TEST_F(SettingsWindowTest, EverySwitchWritesItsKeyAtOnceAndFollowsItBack)
         settings.setValue(*key, key->defaultValue); // the tray, or the file edited by hand
         EXPECT_EQ(toggle->isChecked(), key->defaultValue);
     }
+    // On each tab every Alt+letter leads to one control only (hidden tabs' letters do not fire).
+    auto* tabs = window.findChild<QTabWidget*>();
+    ASSERT_NE(tabs, nullptr);
+    const QRegularExpression mnemonic(QStringLiteral("&([^&])"));
+    for (int tab = 0; tab < tabs->count(); ++tab) {
+        QStringList letters {QStringLiteral("q")}; // Quit, below the tabs
+        for (QWidget* widget : tabs->widget(tab)->findChildren<QWidget*>()) {
+            const auto* button = qobject_cast<QAbstractButton*>(widget);
+            const auto* label = qobject_cast<QLabel*>(widget);
+            const QString text = button ? button->text() : label ? label->text() : QString();
+            if (const QRegularExpressionMatch match = mnemonic.match(text); match.hasMatch())
+                letters << match.captured(1).toLower();
+        }
+        EXPECT_EQ(QSet<QString>(letters.begin(), letters.end()).size(), letters.size())
+            << tabs->tabText(tab).toStdString() << ": " << letters.join(' ').toStdString();
+        if (tab == 0) {
+            EXPECT_EQ(letters.size(), 10) << "every switch and button of General has one";
+        }
+    }
+}
+
+// Names typed (Enter) or picked with a click on a window, removed by the button or
+// Delete: each change writes excludedApplications whole at once, and a change made by
+// another program shows in the list.
+TEST_F(SettingsWindowTest, NeverSnappedApplicationsAreTypedOrPickedRemovedAndFollowTheFile)
+{
+    window.show();
+    auto* view = window.findChild<ExcludedApplicationsView*>();
+    auto* list = find<QListWidget>(Keys::excludedApplications.name);
+    auto* name = find<QLineEdit>("excludedApplicationName");
+    auto* remove = find<QPushButton>("removeExcludedApplication");
+    auto* pick = find<QPushButton>("pickWindow");
+    ASSERT_TRUE(view && list && name && remove && pick);
+    const auto shown = [list] {
+        QStringList items;
+        for (int row = 0; row < list->count(); ++row)
+            items << list->item(row)->text();
+        return items;
+    };
+    for (const char* typed : {" xterm ", "", "XTERM", "Gimp"}) {
+        name->setText(QString::fromLatin1(typed));
+        QTest::keyClick(name, Qt::Key_Return);
+    }
+    EXPECT_EQ(settings.value(Keys::excludedApplications), (QStringList {"xterm", "Gimp"})) << "trimmed, once";
+    EXPECT_EQ(shown(), (QStringList {"xterm", "Gimp"}));
+
+    // Esc ends a pick without a name; a click on Parqueta's own window adds nothing; a
+    // click elsewhere adds the class of the window there.
+    control.addWindow(8, QRectF(0, 0, 300, 300), "Parqueta").app.pid = QCoreApplication::applicationPid();
+    control.addWindow(9, QRectF(0, 0, 300, 300), "Firefox");
+    const QString idle = pick->text();
+    pick->click();
+    EXPECT_TRUE(pick->text().contains("Esc")) << pick->text().toStdString();
+    QTest::keyClick(view, Qt::Key_Escape);
+    EXPECT_EQ(pick->text(), idle);
+    for (const quint32 id : {8u, 9u}) {
+        control.setWindowAtCursor(id);
+        pick->click();
+        QTest::mouseClick(view, Qt::LeftButton);
+    }
+    EXPECT_FALSE(view->model().isPicking());
+    EXPECT_EQ(shown(), (QStringList {"xterm", "Gimp", "org.example.Firefox"}));
+
+    list->setCurrentRow(0);
+    remove->click();
+    list->setCurrentRow(1);
+    QTest::keyClick(list, Qt::Key_Delete);
+    EXPECT_EQ(settings.value(Keys::excludedApplications), (QStringList {"Gimp"}));
+    settings.setValue(Keys::excludedApplications, QStringList {"Steam", "krita"});
+    EXPECT_EQ(shown(), (QStringList {"Steam", "krita"}));
 }
 
 TEST_F(SettingsWindowTest, AdjustersWriteNumbersAndShowOnlyUnderTheirSwitches)
