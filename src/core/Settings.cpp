@@ -92,6 +92,7 @@ QString nameOfStoredKey(const char* storedKey)
         {Keys::holdShiftToSnap.name, Keys::holdShiftToSnap.storedKey},
         {Keys::moveWindowsOnLayoutChange.name, Keys::moveWindowsOnLayoutChange.storedKey},
         {Keys::shortcutsOnEveryScreen.name, Keys::shortcutsOnEveryScreen.storedKey},
+        {Keys::restoreSnappedWindows.name, Keys::restoreSnappedWindows.storedKey},
         {Keys::screens.name, Keys::screens.storedKey},
         {Keys::layouts.name, Keys::layouts.storedKey},
         {Keys::activeLayouts.name, Keys::activeLayouts.storedKey},

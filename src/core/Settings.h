@@ -66,6 +66,9 @@ extern const BoolKey moveWindowsOnLayoutChange;
 // groups windows by zone id across screens. On: the position is taken into the window's
 // screen's layout space and cycling groups by screen and zone.
 extern const BoolKey shortcutsOnEveryScreen;
+// Windows go back into the zones they were snapped into after a restart, a monitor
+// unplugged and plugged back, or their application restarted.
+extern const BoolKey restoreSnappedWindows;
 extern const BlobMapKey screens; // id -> one blob (Screen JSON)
 extern const BlobMapKey layouts; // id -> list of blobs (Layout JSON)
 extern const BlobMapKey activeLayouts; // id -> UUID text

@@ -55,6 +55,7 @@ constinit const DoubleKey autoSpanDistance {"autoSpanDistance", "autoSpanDistanc
 constinit const BoolKey holdShiftToSnap {"holdShiftToSnap", "holdShiftToSnap", false};
 constinit const BoolKey moveWindowsOnLayoutChange {"moveWindowsOnLayoutChange", "moveWindowsOnLayoutChange", true};
 constinit const BoolKey shortcutsOnEveryScreen {"shortcutsOnEveryScreen", "shortcutsOnEveryScreen", false};
+constinit const BoolKey restoreSnappedWindows {"restoreSnappedWindows", "restoreSnappedWindows", true};
 constinit const BlobMapKey screens {"screens", "screens-v0"};
 constinit const BlobMapKey layouts {"layouts", "layouts-v0"};
 constinit const BlobMapKey activeLayouts {"activeLayouts", "activeLayouts-v0"};

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -68,6 +69,13 @@ public:
     const QHash<quint32, WindowPtr>& snappedWindows() const { return m_snappedWindows; }
     const QHash<QString, std::vector<WindowPtr>>& snappedWindowsByZone() const { return m_snappedWindowsByZone; }
     bool hasOverlays() const { return !m_overlayWindows.empty(); }
+
+Q_SIGNALS:
+    // A window now stands in these zones of that screen: after every snap, whoever asked.
+    void windowSnapped(const WindowPtr& window, const QString& screenId, const QStringList& zoneIds);
+    // The user took the window out of its zones (dragged it out). Windows forgotten for
+    // other reasons (closed, their zones gone) are not announced.
+    void windowUnsnapped(quint32 windowId);
 
 private:
     // The focused window, its frame (desktop space) and the zones of the active layout of
