@@ -297,9 +297,13 @@ void WindowRestorer::handleAppeared(const WindowControl::Handle& handle)
     if (!enabled())
         return;
     const WindowPtr window = m_windows.windowFrom(handle);
-    if (!window || entryOf(window->id()) || m_unsnapped.contains(window->id()) || m_zones.isWindowSnapped(*window)
-        || !m_windows.isNormal(*window))
+    if (!window || !m_windows.isNormal(*window))
         return;
+    // Window numbers are used again (X11 hands a new client the id range of one that
+    // left): a window that appears is a new one, whatever stood under its number before.
+    m_unsnapped.remove(window->id());
+    if (Entry* stale = entryOf(window->id()))
+        stale->window = nullptr;
     const std::optional<WindowIdentity> identity = m_windows.identity(*window);
     if (!identity)
         return;
