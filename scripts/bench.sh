@@ -45,6 +45,8 @@ quiet="parqueta.*.info=false;parqueta.*.debug=false"
 echo
 echo "== bench_model: zones and borders of a 64-zone tree, hit-testing 64 zones, a 50-layout catalogue"
 QT_LOGGING_RULES="$quiet" QT_QPA_PLATFORM=offscreen run "$build/bench/bench_model"
+echo "== bench_restore: 50 windows put back after a replug, one window appearing among 50 records (fakes)"
+QT_LOGGING_RULES="$quiet" QT_QPA_PLATFORM=offscreen run "$build/bench/bench_restore"
 
 echo
 echo "== bench_drag_input: global input and drag recognition, idle cost of the monitors"

@@ -11,6 +11,7 @@
 #include "managers/SoftwareUpdater.h"
 #include "managers/WindowDragMonitor.h"
 #include "managers/WindowManager.h"
+#include "managers/WindowRestorer.h"
 #include "managers/ZoneGestureMonitor.h"
 #include "managers/ZoneManager.h"
 #include "managers/ZoneMonitor.h"
@@ -89,6 +90,8 @@ Application::Application(Platform& platform, Settings& settings, Options options
     m_overlayEngine = std::make_unique<ZoneManagerOverlayEngine>(*m_zones, *m_gestureMonitor);
     m_overlays->setEngine(m_overlayEngine.get());
     m_zoneMonitor = std::make_unique<ZoneMonitor>(*m_zones, *m_dragMonitor);
+    m_restorer = std::make_unique<WindowRestorer>(*m_zones, *m_screens, *m_layouts, *m_windows,
+        platform.windowEvents(), settings, m_options.snappedWindowsState);
     m_editors = std::make_unique<ZoneEditorManager>(*m_layouts, *m_screens, settings, platform.desktopEffects());
     m_flasher = std::make_unique<LayoutBordersFlasher>(*m_screens, settings, platform.desktopEffects());
 
@@ -155,6 +158,8 @@ void Application::start(bool launchedAsLoginItem)
     connect(m_screens.get(), &ScreenManager::displayReconfiguration, this, &Application::handleDisplayReconfiguration);
     giveEveryScreenALayout();
     m_settings.sync();
+    // Once every screen has its layout: windows go back into the zones they had.
+    m_restorer->start();
 
     qCInfo(lcApp) << "Parqueta" << QApplication::applicationVersion() << "is running on" << m_screens->screens().size()
                   << "screen(s)";
@@ -422,6 +427,8 @@ void Application::shutDown()
     m_zoneMonitor->stopMonitoring();
     m_dragMonitor->stopMonitoring();
     m_zones->stopObserving();
+    // Written now, while the windows can still be read.
+    m_restorer->stop();
     m_overlays->setEngine(nullptr);
     // Key grabs are released when the shortcut service is destroyed with this object,
     // before main() closes the platform's connection.

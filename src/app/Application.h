@@ -46,6 +46,8 @@ public:
         QString runningVersion;
         // The appcast; empty: updates come from elsewhere (a package manager).
         QUrl updateFeed;
+        // The state file of snapped windows; empty: nothing is kept between runs.
+        QString snappedWindowsState;
     };
 
     Application(Platform& platform, Settings& settings, Options options, QObject* parent = nullptr);
@@ -113,6 +115,7 @@ private:
     std::unique_ptr<ZoneManager> m_zones;
     std::unique_ptr<ZoneManagerOverlayEngine> m_overlayEngine;
     std::unique_ptr<ZoneMonitor> m_zoneMonitor;
+    std::unique_ptr<class WindowRestorer> m_restorer;
     std::unique_ptr<ZoneEditorManager> m_editors;
     std::unique_ptr<LayoutBordersFlasher> m_flasher;
     std::unique_ptr<StatusMenu> m_statusMenu;

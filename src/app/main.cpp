@@ -110,6 +110,7 @@ int main(int argc, char** argv)
     options.updateFeed = QUrl(QStringLiteral(PARQUETA_UPDATE_FEED_URL));
     options.runningVersion = QStringLiteral(PARQUETA_VERSION) + (PARQUETA_PRERELEASE ? QStringLiteral("-beta") : QString());
     options.communityUrl = QStringLiteral(PARQUETA_COMMUNITY_URL);
+    options.snappedWindowsState = snappedWindowsStatePath();
     options.versionText
         = QStringLiteral("%1%2 (%3)")
               .arg(QStringLiteral(PARQUETA_VERSION), PARQUETA_PRERELEASE ? QStringLiteral("-beta") : QString(),

@@ -69,8 +69,8 @@ extern const BoolKey spanAdjancedZones;
 extern const DoubleKey autoSpanDistance;
 extern const BoolKey holdShiftToSnap;
 extern const BoolKey moveWindowsOnLayoutChange;
-// Windows return to the zones they were snapped to after a restart or when their
-// monitor comes back.
+// Windows go back into the zones they were snapped into after a restart, a monitor
+// unplugged and plugged back, or their application restarted.
 extern const BoolKey restoreSnappedWindows;
 // WM_CLASS names (class or instance, any case) of applications whose windows are never
 // snapped: no zone mode while one is dragged, no shortcut moves one.

@@ -121,6 +121,22 @@ std::optional<WindowFacts> WindowManager::facts(const Window& window)
     return window.handle() ? m_control.facts(*window.handle()) : std::nullopt;
 }
 
+std::optional<WindowIdentity> WindowManager::identity(const Window& window)
+{
+    return window.handle() ? m_control.identity(*window.handle()) : std::nullopt;
+}
+
+std::vector<WindowPtr> WindowManager::normalWindows()
+{
+    std::vector<WindowPtr> result;
+    for (const WindowControl::Handle& handle : m_control.normalWindows()) {
+        // A window snapped before its application was excluded is not brought back.
+        if (WindowPtr window = windowFrom(handle); window && excludedBy(*window).isEmpty())
+            result.push_back(std::move(window));
+    }
+    return result;
+}
+
 std::optional<Screen> WindowManager::screen(const Window& window)
 {
     if (!m_screenLocator)

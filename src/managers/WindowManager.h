@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 class ScreenManager;
 class Settings;
@@ -65,6 +66,11 @@ public:
     bool isNormal(const Window& window);
     // What the platform can tell a person about the window; absent once it is gone.
     std::optional<WindowFacts> facts(const Window& window);
+    // Who the window is, to recognise it after a restart; absent once it is gone.
+    std::optional<WindowIdentity> identity(const Window& window);
+    // A record for every normal top-level window now, excluded applications' left out;
+    // windows that vanish while they are read are left out too.
+    std::vector<WindowPtr> normalWindows();
 
     QString appName(const Window& window) const { return window.appName(); }
     QString appIdentifier(const Window& window) const { return window.appIdentifier(); }

@@ -224,6 +224,10 @@ void ZoneManager::snap(const WindowPtr& window, const std::vector<std::shared_pt
     m_windows.setFrame(*window, *target);
     removeSnappedWindow(*window);
     addSnappedWindow(keep, zones);
+    QStringList zoneIds;
+    for (const std::shared_ptr<Zone>& zone : zones)
+        zoneIds.append(zone->id());
+    Q_EMIT windowSnapped(window, screen->id(), zoneIds);
 }
 
 void ZoneManager::unsnap(const WindowPtr& window)
@@ -237,6 +241,7 @@ void ZoneManager::unsnap(const WindowPtr& window)
     // The size from before the first snap; the position stays where the user dropped it.
     if (m_settings.value(Keys::restoreSizeOnUnsnap))
         m_windows.setSize(*window, stored->initialSize());
+    Q_EMIT windowUnsnapped(window->id());
 }
 
 void ZoneManager::addSnappedWindow(const WindowPtr& window, const std::vector<std::shared_ptr<Zone>>& zones)

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -74,6 +75,13 @@ public:
         const auto it = m_snappedScreens.constFind(window.id());
         return it == m_snappedScreens.constEnd() ? std::nullopt : std::optional<QString>(*it);
     }
+
+Q_SIGNALS:
+    // A window now stands in these zones of that screen: after every snap, whoever asked.
+    void windowSnapped(const WindowPtr& window, const QString& screenId, const QStringList& zoneIds);
+    // The user took the window out of its zones (dragged it out). Windows forgotten for
+    // other reasons (closed, their zones gone) are not announced.
+    void windowUnsnapped(quint32 windowId);
 
 private:
     // The focused window, its frame (desktop space) and the zones of the active layout of

@@ -11,6 +11,7 @@ class QObject;
 class DisplayServer;
 class WindowControl;
 class GlobalInput;
+class WindowEvents;
 class HotkeyBackend;
 class DesktopEffects;
 class LoginItemService;
@@ -31,6 +32,8 @@ public:
     virtual WindowControl& windows() = 0;
     // Buttons, pointer motion and modifiers anywhere on the desktop.
     virtual GlobalInput& input() = 0;
+    // New top-level windows of other applications as they appear.
+    virtual WindowEvents& windowEvents() = 0;
     // System-wide hot keys.
     virtual HotkeyBackend& hotkeys() = 0;
     // What Parqueta's own overlay windows can rely on (translucency).

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "models/Window.h"
+#include "models/WindowIdentity.h"
 #include "platform/WindowFacts.h"
 
 #include <QPointF>
@@ -9,6 +10,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 // The operating-system side of window control: how to find a window and how to read,
 // move, resize and raise it. Every rectangle is in desktop space (top-left of the
@@ -57,4 +59,9 @@ public:
     virtual bool isNormal(const WindowHandle& window) = 0;
     // Everything worth telling a person about the window; absent once it is gone.
     virtual std::optional<WindowFacts> facts(const WindowHandle& window) = 0;
+    // What recognises the window after a restart (class, role, title, the command of its
+    // process), as far as the platform can tell; absent once it is gone.
+    virtual std::optional<WindowIdentity> identity(const WindowHandle& window) = 0;
+    // Every normal top-level window now (see isNormal()), in the window manager's order.
+    virtual std::vector<Handle> normalWindows() = 0;
 };

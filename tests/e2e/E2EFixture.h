@@ -106,7 +106,10 @@ protected:
     {
         return shown(desktop.startPlainWindow(title, geometry));
     }
-    xcb_window_t xterm(const QString& title) { return shown(desktop.startXterm(title)); }
+    xcb_window_t xterm(const QString& title, const QString& className = {})
+    {
+        return shown(desktop.startXterm(title, className));
+    }
     xcb_window_t shown(xcb_window_t window)
     {
         EXPECT_TRUE(

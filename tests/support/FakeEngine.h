@@ -35,6 +35,7 @@ struct FakeEngine
     FakeWindowControl control;
     FakeGlobalInput input;
     FakeHotkeyBackend hotkeys;
+    FakeWindowEvents windowEvents;
     NoOverlays overlays;
     Settings settings;
     ScreenManager screens {displays, settings};

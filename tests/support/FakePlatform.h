@@ -4,6 +4,7 @@
 #include "platform/DisplayServer.h"
 #include "platform/GlobalInput.h"
 #include "platform/HotkeyBackend.h"
+#include "platform/WindowEvents.h"
 
 #include <map>
 
@@ -156,4 +157,19 @@ public:
 
 private:
     bool m_translucent = true;
+};
+
+// Windows that appear when the test says so, reported only while started.
+class FakeWindowEvents final : public WindowEvents
+{
+    Q_OBJECT
+
+public:
+    using WindowEvents::WindowEvents;
+
+    void appear(const WindowControl::Handle& window)
+    {
+        if (isRunning())
+            Q_EMIT windowAppeared(window);
+    }
 };

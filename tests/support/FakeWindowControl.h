@@ -24,6 +24,7 @@ public:
         bool readable = true; // false: the frame cannot be read (the application does not answer)
         bool raisable = true; // false: focus() reports a failed raise
         WindowFacts facts {}; // what facts() tells besides the frame and class
+        WindowIdentity identity {}; // class "FakeApp", instance "fakeapp" unless set
     };
     struct Call
     {
@@ -36,7 +37,11 @@ public:
     // An open window owned by appName (pid = id).
     FakeWindow& addWindow(quint32 id, const QRectF& frame, const QString& appName = QStringLiteral("FakeApp"))
     {
-        return m_windows[id] = FakeWindow {id, frame, WindowApplication {qint64(id), appName, "org.example." + appName, appName}};
+        FakeWindow& w = m_windows[id]
+            = FakeWindow {id, frame, WindowApplication {qint64(id), appName, "org.example." + appName, appName}};
+        w.identity.className = appName;
+        w.identity.instance = appName.toLower();
+        return w;
     }
     FakeWindow* window(quint32 id) { return m_windows.contains(id) ? &m_windows[id] : nullptr; }
     void close(quint32 id)
@@ -123,6 +128,20 @@ public:
         facts.frame = w->frame;
         facts.className = w->app.name;
         return facts;
+    }
+
+    std::optional<WindowIdentity> identity(const WindowHandle& handle) override
+    {
+        const FakeWindow* w = logged("identity", handle);
+        return w ? std::optional(w->identity) : std::nullopt;
+    }
+    std::vector<Handle> normalWindows() override
+    {
+        std::vector<Handle> result;
+        for (const auto& [id, w] : m_windows)
+            if (w.open && w.facts.notNormalBecause.isEmpty())
+                result.push_back(handleFor(id));
+        return result;
     }
 
 private:

@@ -747,11 +747,15 @@ xcb_window_t VirtualDesktop::startPlainWindow(const QString& title, const QRect&
         wmClass, title);
 }
 
-xcb_window_t VirtualDesktop::startXterm(const QString& title)
+xcb_window_t VirtualDesktop::startXterm(const QString& title, const QString& className)
 {
-    return startClientProcess(QStringLiteral("xterm"), QStringLiteral("xterm"),
-        {QStringLiteral("-T"), title, QStringLiteral("-e"), QStringLiteral("sleep"), QStringLiteral("infinity")},
-        QStringLiteral("XTerm"), title);
+    QStringList arguments;
+    if (!className.isEmpty())
+        arguments << QStringLiteral("-class") << className;
+    arguments << QStringLiteral("-T") << title << QStringLiteral("-e") << QStringLiteral("sleep")
+              << QStringLiteral("infinity");
+    return startClientProcess(QStringLiteral("xterm"), QStringLiteral("xterm"), arguments,
+        className.isEmpty() ? QStringLiteral("XTerm") : className, title);
 }
 
 void VirtualDesktop::stopClient(xcb_window_t window)

@@ -144,8 +144,9 @@ public:
     // (and listed in _NET_CLIENT_LIST when a window manager runs), else XCB_WINDOW_NONE.
     xcb_window_t startPlainWindow(const QString& title, const QRect& geometry = QRect(100, 100, 400, 300),
         const QString& wmClass = QStringLiteral("ParquetaPlain"));
-    // xterm -T title (WM_CLASS "xterm", "XTerm"); its size snaps to 6x13 character cells.
-    xcb_window_t startXterm(const QString& title);
+    // xterm -T title (WM_CLASS "xterm", "XTerm", or "xterm", className with -class); its
+    // size snaps to 6x13 character cells.
+    xcb_window_t startXterm(const QString& title, const QString& className = {});
     // Stops the process of a client started above (SIGTERM, then SIGKILL).
     void stopClient(xcb_window_t window);
     void stopAllClients();

@@ -22,6 +22,8 @@ void SettingsFile::remove()
 {
     QFile::remove(m_path);
     QFile::remove(FileSettingsBackend::backupPath(m_path));
+    // The windows a previous run remembered in their zones go with it.
+    QFile::remove(QFileInfo(m_path).absoluteDir().filePath(QStringLiteral("snapped-windows.json")));
 }
 
 bool SettingsFile::edit(const std::function<void(Settings&)>& edit)

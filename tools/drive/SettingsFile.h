@@ -18,7 +18,8 @@ public:
 
     const QString& path() const { return m_path; }
     bool exists() const;
-    // Removes the file and its backup, so the next start is a first run.
+    // Removes the file, its backup and the snapped windows' state beside it, so the next
+    // start is a first run.
     void remove();
     // Opens the store on the file, lets edit change it and writes it out.
     bool edit(const std::function<void(Settings&)>& edit);

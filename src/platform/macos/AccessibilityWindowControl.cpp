@@ -376,3 +376,41 @@ std::optional<WindowFacts> AccessibilityWindowControl::facts(const WindowHandle&
     facts.notNormalBecause = notNormalReason(*window);
     return facts;
 }
+
+std::optional<WindowIdentity> AccessibilityWindowControl::identity(const WindowHandle& handle)
+{
+    const AxElement* window = elementOf(handle);
+    const std::optional<qint64> pid = window ? m_api.pid(*window) : std::nullopt;
+    const std::optional<RunningApplication> app = pid ? m_api.runningApplication(*pid) : std::nullopt;
+    if (!app || app->bundleIdentifier.isEmpty())
+        return std::nullopt;
+    WindowIdentity identity;
+    identity.className = app->bundleIdentifier;
+    identity.instance = app->localizedName;
+    identity.role = valueOf<QString>(m_api.copyAttribute(*window, kSubrole)).value_or(QString());
+    identity.title = valueOf<QString>(m_api.copyAttribute(*window, kTitle)).value_or(QString());
+    return identity;
+}
+
+std::vector<WindowControl::Handle> AccessibilityWindowControl::normalWindows()
+{
+    std::vector<Handle> result;
+    const std::optional<std::vector<WindowListEntry>> entries = m_api.windowList(kOnScreenWithoutDesktop);
+    std::vector<qint64> owners;
+    for (const WindowListEntry& entry : entries.value_or(std::vector<WindowListEntry>())) {
+        // Layer 0 holds applications' ordinary windows; menus, the Dock and panels sit above.
+        if (entry.layer.value_or(0) == 0 && entry.ownerPid
+            && std::find(owners.begin(), owners.end(), *entry.ownerPid) == owners.end())
+            owners.push_back(*entry.ownerPid);
+    }
+    for (const qint64 pid : owners) {
+        const AxElementRef app = m_api.application(pid);
+        const std::optional<std::vector<AxElementRef>> windows
+            = app ? valueOf<std::vector<AxElementRef>>(m_api.copyAttribute(*app, kWindows)) : std::nullopt;
+        for (const AxElementRef& window : windows.value_or(std::vector<AxElementRef>())) {
+            if (window && notNormalReason(*window).isEmpty())
+                result.push_back(handleFor(window));
+        }
+    }
+    return result;
+}

@@ -46,6 +46,12 @@ public:
     // A standard window or a dialog of another process.
     bool isNormal(const WindowHandle& window) override;
     std::optional<WindowFacts> facts(const WindowHandle& window) override;
+    // The bundle identifier as the class, the application's name as the instance, the
+    // subrole as the role, AXTitle; no command (nothing cheap tells it).
+    std::optional<WindowIdentity> identity(const WindowHandle& window) override;
+    // The normal windows of every application with a window on screen, front to back by
+    // application.
+    std::vector<Handle> normalWindows() override;
 
 private:
     // The element itself when its role is "AXWindow", else its nearest such ancestor.

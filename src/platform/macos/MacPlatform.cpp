@@ -14,6 +14,7 @@
 #include "platform/macos/MacScreenApi.h"
 #include "platform/macos/SmAppServiceLoginItem.h"
 #include "platform/macos/SparkleUpdater.h"
+#include "platform/WindowEvents.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -27,6 +28,7 @@ MacPlatform::MacPlatform()
     , m_windows(std::make_unique<AccessibilityWindowControl>(*m_accessibilityApi))
     , m_eventApi(std::make_unique<MacEventApi>())
     , m_input(std::make_unique<CocoaEventInput>(*m_eventApi, *m_screenApi))
+    , m_windowEvents(std::make_unique<WindowEvents>())
     , m_hotKeyApi(std::make_unique<MacHotKeyApi>())
     , m_hotkeys(std::make_unique<CarbonHotkeyBackend>(*m_hotKeyApi))
     , m_desktopEffects(std::make_unique<MacDesktopEffects>())
@@ -60,6 +62,11 @@ WindowControl& MacPlatform::windows()
 GlobalInput& MacPlatform::input()
 {
     return *m_input;
+}
+
+WindowEvents& MacPlatform::windowEvents()
+{
+    return *m_windowEvents;
 }
 
 HotkeyBackend& MacPlatform::hotkeys()

@@ -16,6 +16,7 @@ class MacDesktopEffects;
 class SmAppServiceLoginItem;
 class MacApplicationShell;
 class SparkleUpdater;
+class WindowEvents;
 
 // The macOS backend: the portable services over the system calls they need. Each service
 // is created after its calls and destroyed before them (members go in reverse order), so
@@ -29,6 +30,10 @@ public:
     DisplayServer& displays() override;
     WindowControl& windows() override;
     GlobalInput& input() override;
+    // Never reports for now: watching windows appear needs an AXObserver per running
+    // application (and following applications as they launch), left for later. Windows
+    // are still restored at launch and when a display comes back.
+    WindowEvents& windowEvents() override;
     HotkeyBackend& hotkeys() override;
     DesktopEffects& desktopEffects() override;
     LoginItemService& loginItems() override;
@@ -49,6 +54,7 @@ private:
     std::unique_ptr<AccessibilityWindowControl> m_windows;
     std::unique_ptr<MacEventApi> m_eventApi;
     std::unique_ptr<CocoaEventInput> m_input;
+    std::unique_ptr<WindowEvents> m_windowEvents;
     std::unique_ptr<MacHotKeyApi> m_hotKeyApi;
     std::unique_ptr<CarbonHotkeyBackend> m_hotkeys;
     std::unique_ptr<MacDesktopEffects> m_desktopEffects;

@@ -14,3 +14,9 @@ QString userLogFilePath()
 {
     return QDir::homePath() + QStringLiteral("/Library/Logs/Parqueta/parqueta.log");
 }
+
+// Session state is not a preference: it goes where applications keep their own data.
+QString snappedWindowsStatePath()
+{
+    return QDir::homePath() + QStringLiteral("/Library/Application Support/Parqueta/snapped-windows.json");
+}

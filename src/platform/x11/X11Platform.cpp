@@ -7,6 +7,7 @@
 #include "platform/x11/X11GlobalInput.h"
 #include "platform/x11/X11HotkeyBackend.h"
 #include "platform/x11/X11WindowControl.h"
+#include "platform/x11/X11WindowEvents.h"
 #include "platform/x11/XdgAutostartLoginItem.h"
 
 #include <QCoreApplication>
@@ -23,6 +24,7 @@ X11Platform::X11Platform(std::unique_ptr<X11Connection> connection)
     , m_displays(std::make_unique<X11DisplayServer>(*m_connection))
     , m_windows(std::make_unique<X11WindowControl>(*m_connection))
     , m_input(std::make_unique<X11GlobalInput>(*m_connection))
+    , m_windowEvents(std::make_unique<X11WindowEvents>(*m_connection))
     , m_hotkeys(std::make_unique<X11HotkeyBackend>(*m_connection))
     , m_desktopEffects(std::make_unique<X11DesktopEffects>(*m_connection))
     , m_loginItems(std::make_unique<XdgAutostartLoginItem>(QCoreApplication::applicationFilePath()))
@@ -43,6 +45,11 @@ WindowControl& X11Platform::windows()
 GlobalInput& X11Platform::input()
 {
     return *m_input;
+}
+
+WindowEvents& X11Platform::windowEvents()
+{
+    return *m_windowEvents;
 }
 
 HotkeyBackend& X11Platform::hotkeys()

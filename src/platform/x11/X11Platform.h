@@ -11,6 +11,7 @@ class X11Connection;
 class X11DisplayServer;
 class X11WindowControl;
 class X11GlobalInput;
+class X11WindowEvents;
 class X11HotkeyBackend;
 class X11DesktopEffects;
 class XdgAutostartLoginItem;
@@ -28,6 +29,7 @@ public:
     DisplayServer& displays() override;
     WindowControl& windows() override;
     GlobalInput& input() override;
+    WindowEvents& windowEvents() override;
     HotkeyBackend& hotkeys() override;
     DesktopEffects& desktopEffects() override;
     LoginItemService& loginItems() override;
@@ -53,6 +55,7 @@ private:
     std::unique_ptr<X11DisplayServer> m_displays;
     std::unique_ptr<X11WindowControl> m_windows;
     std::unique_ptr<X11GlobalInput> m_input;
+    std::unique_ptr<X11WindowEvents> m_windowEvents;
     std::unique_ptr<X11HotkeyBackend> m_hotkeys;
     std::unique_ptr<X11DesktopEffects> m_desktopEffects;
     std::unique_ptr<XdgAutostartLoginItem> m_loginItems;

@@ -6,12 +6,27 @@
 
 // $XDG_CONFIG_HOME/parqueta/parqueta.json, or ~/.config/parqueta/parqueta.json. The XDG
 // base directory rules say a relative XDG_CONFIG_HOME is invalid and must be ignored.
-std::unique_ptr<SettingsBackend> createUserSettingsBackend()
+namespace {
+
+QString configDirectory()
 {
     QString configHome = qEnvironmentVariable("XDG_CONFIG_HOME");
     if (configHome.isEmpty() || QDir::isRelativePath(configHome))
         configHome = QDir::homePath() + QStringLiteral("/.config");
-    return std::make_unique<FileSettingsBackend>(configHome + QStringLiteral("/parqueta/parqueta.json"));
+    return configHome + QStringLiteral("/parqueta");
+}
+
+} // namespace
+
+std::unique_ptr<SettingsBackend> createUserSettingsBackend()
+{
+    return std::make_unique<FileSettingsBackend>(configDirectory() + QStringLiteral("/parqueta.json"));
+}
+
+// Beside the settings, so the two go together when a user copies or clears the directory.
+QString snappedWindowsStatePath()
+{
+    return configDirectory() + QStringLiteral("/snapped-windows.json");
 }
 
 // The XDG base directories put logs under the state home (~/.local/state).

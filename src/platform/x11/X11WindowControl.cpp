@@ -593,6 +593,22 @@ std::optional<WindowFacts> X11WindowControl::facts(const WindowHandle& handle)
     return facts;
 }
 
+std::optional<WindowIdentity> X11WindowControl::identity(const WindowHandle& handle)
+{
+    return m_inspector.identity(windowOf(handle));
+}
+
+std::vector<WindowControl::Handle> X11WindowControl::normalWindows()
+{
+    std::vector<Handle> result;
+    const auto clients = m_connection.property32(m_connection.root(), m_connection.ewmh()->_NET_CLIENT_LIST);
+    for (const uint32_t window : clients.value_or(std::vector<uint32_t>())) {
+        if (m_inspector.notNormalReason(window).isEmpty())
+            result.push_back(handleFor(window));
+    }
+    return result;
+}
+
 void X11WindowControl::recordPlacement(xcb_window_t window, const QRect& requested, const QRect& applied, bool honoured)
 {
     // Only for the debug window: a bounded memory of recent moves is enough.

@@ -53,6 +53,9 @@ public:
     bool focus(const WindowHandle& window) override;
     bool isNormal(const WindowHandle& window) override;
     std::optional<WindowFacts> facts(const WindowHandle& window) override;
+    std::optional<WindowIdentity> identity(const WindowHandle& window) override;
+    // _NET_CLIENT_LIST, the normal ones.
+    std::vector<Handle> normalWindows() override;
 
 private:
     struct Geometry

@@ -3,6 +3,7 @@
 #include "platform/x11/X11Connection.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 #include <xcb/xcb_icccm.h>
 
@@ -116,9 +117,7 @@ std::optional<WindowFacts> X11WindowInspector::facts(xcb_window_t window)
     facts.types = atomNames(*types, "_NET_WM_WINDOW_TYPE_");
     facts.states = atomNames(m_connection.property32(window, ewmh->_NET_WM_STATE).value_or(std::vector<uint32_t>()),
         "_NET_WM_STATE_");
-    facts.title = QString::fromUtf8(m_connection.propertyText(window, ewmh->_NET_WM_NAME));
-    if (facts.title.isEmpty())
-        facts.title = QString::fromLocal8Bit(m_connection.propertyText(window, XCB_ATOM_WM_NAME));
+    facts.title = title(window);
 
     if (const std::optional<X11Connection::WindowClass> wmClass = m_connection.windowClass(window)) {
         facts.className = wmClass->className;
@@ -138,6 +137,48 @@ std::optional<WindowFacts> X11WindowInspector::facts(xcb_window_t window)
     }
     facts.notNormalBecause = notNormalReason(window);
     return facts;
+}
+
+QString X11WindowInspector::title(xcb_window_t window)
+{
+    const QString name = QString::fromUtf8(m_connection.propertyText(window, m_connection.ewmh()->_NET_WM_NAME));
+    return name.isEmpty() ? QString::fromLocal8Bit(m_connection.propertyText(window, XCB_ATOM_WM_NAME)) : name;
+}
+
+QString X11WindowInspector::commandLine(xcb_window_t window)
+{
+    const auto pid = m_connection.property32(window, m_connection.ewmh()->_NET_WM_PID);
+    if (!pid || pid->empty())
+        return {};
+    // A pid means something only on the host the window's process runs on.
+    char host[256] = {};
+    ::gethostname(host, sizeof(host) - 1);
+    const QByteArray machine = m_connection.propertyText(window, XCB_ATOM_WM_CLIENT_MACHINE);
+    if (!machine.isEmpty() && machine != QByteArray(host))
+        return {};
+    QFile file(QStringLiteral("/proc/%1/cmdline").arg(pid->front()));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray arguments = file.read(4096);
+    while (arguments.endsWith('\0'))
+        arguments.chop(1);
+    return QString::fromLocal8Bit(arguments.replace('\0', ' '));
+}
+
+std::optional<WindowIdentity> X11WindowInspector::identity(xcb_window_t window)
+{
+    if (window == XCB_WINDOW_NONE || !m_connection.isValid())
+        return std::nullopt;
+    const std::optional<X11Connection::WindowClass> wmClass = m_connection.windowClass(window);
+    if (!wmClass)
+        return std::nullopt;
+    WindowIdentity identity;
+    identity.instance = wmClass->instance;
+    identity.className = wmClass->className;
+    identity.role = QString::fromLocal8Bit(m_connection.propertyText(window, m_connection.atom("WM_WINDOW_ROLE")));
+    identity.title = title(window);
+    identity.command = commandLine(window);
+    return identity;
 }
 
 QStringList X11WindowInspector::atomNames(const std::vector<uint32_t>& atoms, const char* prefix)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "models/WindowIdentity.h"
 #include "platform/WindowFacts.h"
 
 #include <xcb/xcb.h>
@@ -22,8 +23,14 @@ public:
     // Title, class, kinds, states and size hints. The frame and the last placement are
     // the window control's to add. Absent once the window is gone.
     std::optional<WindowFacts> facts(xcb_window_t window);
+    // WM_CLASS, WM_WINDOW_ROLE, the title and the command line of the process named by
+    // _NET_WM_PID (/proc/<pid>/cmdline, its arguments joined by spaces; empty for a
+    // process on another host or one that is gone). Absent once the window is gone.
+    std::optional<WindowIdentity> identity(xcb_window_t window);
 
 private:
+    QString title(xcb_window_t window);
+    QString commandLine(xcb_window_t window);
     // "_NET_WM_WINDOW_TYPE_DOCK" less prefix, in lower case with spaces: "dock".
     QStringList atomNames(const std::vector<uint32_t>& atoms, const char* prefix);
 
