@@ -77,22 +77,20 @@ bool ParquetaProcess::start(bool waitForReady)
 
 std::optional<int> ParquetaProcess::launchAgain(const QStringList& arguments, int timeoutMs)
 {
-    QProcess launch;
-    launch.setProcessChannelMode(QProcess::ForwardedChannels);
-    launch.start(executable(), arguments);
-    if (!launch.waitForFinished(timeoutMs)) {
-        launch.kill();
-        launch.waitForFinished();
-        return std::nullopt;
-    }
-    if (launch.exitStatus() != QProcess::NormalExit)
-        return std::nullopt;
-    return launch.exitCode();
+    const std::optional<LaunchOutcome> outcome = runLaunch(arguments, timeoutMs, QProcess::ForwardedChannels);
+    return outcome ? std::optional<int>(outcome->exitCode) : std::nullopt;
 }
 
 std::optional<LaunchOutcome> ParquetaProcess::command(const QStringList& arguments, int timeoutMs)
 {
+    return runLaunch(arguments, timeoutMs, QProcess::SeparateChannels);
+}
+
+std::optional<LaunchOutcome> ParquetaProcess::runLaunch(
+    const QStringList& arguments, int timeoutMs, QProcess::ProcessChannelMode channels)
+{
     QProcess launch;
+    launch.setProcessChannelMode(channels);
     launch.start(executable(), arguments);
     if (!launch.waitForFinished(timeoutMs)) {
         launch.kill();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 
@@ -100,6 +101,9 @@ public:
     std::optional<ProcessSample> sample() const;
 
 private:
+    // One later launch to its end: its status and what it printed (nothing, when forwarded).
+    static std::optional<LaunchOutcome> runLaunch(
+        const QStringList& arguments, int timeoutMs, QProcess::ProcessChannelMode channels);
     bool fail(const QString& message);
 
     VirtualDesktop& m_desktop;
