@@ -482,6 +482,7 @@ void X11WindowControl::setFrame(const WindowHandle& handle, const QRectF& rect)
         return;
     const quint64 serial = m_nextMoveSerial++;
     m_moveSerials.insert(window, serial);
+    m_moveOwners.insert(window, ownerPid(window));
     schedulePlacementCheck(window, requested, serial, PlacementStep::First);
 }
 
@@ -498,8 +499,9 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
     if (m_moveSerials.value(window) != serial)
         return;
     const std::optional<Geometry> g = geometry(window);
-    if (!g) {
+    if (!g || ownerPid(window) != m_moveOwners.value(window)) {
         m_moveSerials.remove(window);
+        m_moveOwners.remove(window);
         return;
     }
     const QRect applied = g->frame();
@@ -510,6 +512,7 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
     const bool placed = off.manhattanLength() <= tolerance && grown.width() <= 0 && grown.height() <= 0;
     if (placed) {
         m_moveSerials.remove(window);
+        m_moveOwners.remove(window);
         recordPlacement(window, requested, applied, true);
         return;
     }
@@ -538,6 +541,7 @@ void X11WindowControl::checkPlacement(xcb_window_t window, QRect requested, quin
         qCInfo(lcWindows) << "The window manager keeps window" << Qt::hex << window << Qt::dec << "at" << applied
                           << "instead of" << requested;
         m_moveSerials.remove(window);
+        m_moveOwners.remove(window);
         recordPlacement(window, requested, applied, false);
         return;
     }
@@ -607,6 +611,12 @@ std::vector<WindowControl::Handle> X11WindowControl::normalWindows()
             result.push_back(handleFor(window));
     }
     return result;
+}
+
+quint32 X11WindowControl::ownerPid(xcb_window_t window)
+{
+    const auto pid = m_connection.property32(window, m_connection.ewmh()->_NET_WM_PID);
+    return pid && !pid->empty() ? pid->front() : 0;
 }
 
 void X11WindowControl::recordPlacement(xcb_window_t window, const QRect& requested, const QRect& applied, bool honoured)

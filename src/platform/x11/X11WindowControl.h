@@ -100,6 +100,7 @@ private:
     void schedulePlacementCheck(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
     void checkPlacement(xcb_window_t window, QRect requested, quint64 serial, PlacementStep step);
 
+    quint32 ownerPid(xcb_window_t window);
     void recordPlacement(xcb_window_t window, const QRect& requested, const QRect& applied, bool honoured);
 
     X11Connection& m_connection;
@@ -107,5 +108,9 @@ private:
     QHash<xcb_window_t, WindowFacts::Placement> m_placements;
     int m_stateTimeoutMs = 500;
     QHash<xcb_window_t, quint64> m_moveSerials;
+    // The process that owned each window when it was moved (0: it did not say). X11
+    // hands a new client the number of one that just left: a check must not move the
+    // newcomer to where the old window was asked to go.
+    QHash<xcb_window_t, quint32> m_moveOwners;
     quint64 m_nextMoveSerial = 1;
 };
