@@ -11,9 +11,9 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${BENCH_BUILD:-$root/build-bench}"
 fuzz_seconds="${FUZZ_SECONDS:-20}"
 
-reps=200 idle=60 gestures=1000 starts=20 drag_idle=30 editor_idle=20
+reps=200 idle=60 gestures=1000 starts=20 drag_idle=30 editor_idle=20 replugs=10
 if [[ "${1:-}" == "--quick" ]]; then
-  reps=40 idle=10 gestures=100 starts=5 drag_idle=10 editor_idle=5
+  reps=40 idle=10 gestures=100 starts=5 drag_idle=10 editor_idle=5 replugs=3
 fi
 
 "$root/scripts/setup.sh" "$build" -DPARQUETA_BUILD_BENCH=ON
@@ -75,6 +75,8 @@ run "$build/bench/bench_settings" --reps "$((reps / 2))" --idle "$editor_idle"
 echo
 echo "== bench_process: the real parqueta executable (start-up, idle, memory, snaps from outside)"
 run "$build/bench/bench_process" --starts "$starts" --idle "$idle" --gestures "$gestures" --snaps "$reps"
+echo "== bench_replug: RIGHT unplugged and plugged back with 50 windows remembered on it (real executable, frames from outside)"
+run "$build/bench/bench_replug" --windows 50 --reps "$replugs"
 
 echo
 echo "== fuzz: ${fuzz_seconds}s per target (scripts/fuzz.sh)"
