@@ -2,15 +2,17 @@
 // screen shows, measured in a process that runs Parqueta's Application on the X11
 // platform, exactly as the parqueta executable wires it.
 //
-//   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor 0|1] [--depth 0]
-//                 [--sections ohsf]
+//   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
+//                 [--depth 0] [--sections ohsf]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
 // parts to run: o overlay, h highlight and event handling, s snap, f the floor.
+// --compositor 0 and 1 still mean none and xcompmgr.
 //
-// Starts a virtual desktop (Xvfb with two monitors, openbox, a plain client; xcompmgr
-// with --compositor 1), then drags the client by its title bar with XTest and measures:
+// Starts a virtual desktop (Xvfb with two monitors, openbox, a plain client; the
+// compositor named: picom with its software (xrender) backend and without vsync, the way
+// it runs on Xvfb), then drags the client by its title bar with XTest and measures:
 //   overlay    Shift pressed during the drag -> the overlays of both screens painted;
 //   highlight  pointer moved into another zone -> the overlay repainted with the new
 //              highlight;
@@ -53,6 +55,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <optional>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -149,7 +152,9 @@ int main(int argc, char** argv)
     const int reps = Bench::argument(argc, argv, "--reps", 200);
     const int rate = Bench::argument(argc, argv, "--rate", 1000);
     const int seconds = Bench::argument(argc, argv, "--seconds", 3);
-    const bool composited = Bench::argument(argc, argv, "--compositor", 0) != 0;
+    const std::optional<CompositorKind> compositor = Bench::compositorArgument(argc, argv);
+    if (!compositor)
+        return 2;
     const int depth = Bench::argument(argc, argv, "--depth", 0);
     QByteArray sections = "ohsf";
     for (int i = 1; i + 1 < argc; ++i) {
@@ -163,7 +168,7 @@ int main(int argc, char** argv)
     Bench::PaintClock qtApp(argc, argv);
     qtApp.isView = [](const QObject* o) { return qobject_cast<const ZonesView*>(o) != nullptr; };
     qtApp.isWindow = [](const QWidget* w) { return qobject_cast<const ZonesWindow*>(w) != nullptr; };
-    if (!Bench::startSession(desktop, composited))
+    if (!Bench::startSession(desktop, *compositor))
         return 1;
     const xcb_window_t client = desktop.startPlainWindow(QStringLiteral("bench"), QRect(300, 300, 400, 300));
     if (client == XCB_WINDOW_NONE)
@@ -220,8 +225,9 @@ int main(int argc, char** argv)
         targets.push_back({rect.center(), frame.toRect()});
     }
     const int screenCount = static_cast<int>(screens.screens().size());
-    std::printf("Openbox%s, %d screens, left layout with %zu zones, %d repetitions\n",
-        composited ? " + xcompmgr" : " (no compositor)", screenCount, targets.size(), reps);
+    std::printf("Openbox%s%s%s, %d screens, left layout with %zu zones, %d repetitions\n",
+        *compositor == CompositorKind::None ? " (" : " + ", Bench::compositorName(*compositor),
+        *compositor == CompositorKind::None ? ")" : "", screenCount, targets.size(), reps);
 
     XTestInput xtest;
     const auto pump = [](int ms) { Bench::runUntil([] { return false; }, ms); };

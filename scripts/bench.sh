@@ -28,7 +28,7 @@ echo "== machine"
 echo "date:     $(date -u '+%Y-%m-%d %H:%M UTC')"
 echo "cores:    $(nproc), $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')"
 echo "load:     $(cut -d' ' -f1-3 /proc/loadavg) (1, 5, 15 min) before the runs"
-echo "packages: xvfb $(pkg xvfb), openbox $(pkg openbox), tint2 $(pkg tint2), xcompmgr $(pkg xcompmgr), Qt $(pkg libqt6gui6)"
+echo "packages: xvfb $(pkg xvfb), openbox $(pkg openbox), tint2 $(pkg tint2), xcompmgr $(pkg xcompmgr), picom $(pkg picom), Qt $(pkg libqt6gui6)"
 
 # A benchmark that fails is reported and the others still run; the exit status says so.
 failed=()
@@ -58,12 +58,16 @@ run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3
 
 echo
 echo "== bench_gesture with xcompmgr (translucent overlays)"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --compositor 1
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --compositor xcompmgr
+
+echo
+echo "== bench_gesture with picom (xrender backend, no vsync): overlay and the floor"
+run "$build/bench/bench_gesture" --reps "$reps" --sections of --compositor picom
 
 echo
 echo "== bench_gesture with 64 zones per screen (overlay, highlight, events), without and with xcompmgr"
 run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh
-run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor 1
+run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor xcompmgr
 
 echo
 echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"

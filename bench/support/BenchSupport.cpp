@@ -60,10 +60,45 @@ bool startDesktop(VirtualDesktop& desktop)
     return true;
 }
 
+bool startSession(VirtualDesktop& desktop, CompositorKind compositor)
+{
+    return desktop.startWindowManager(WindowManagerKind::Openbox) && desktop.startCompositor(compositor);
+}
+
 bool startSession(VirtualDesktop& desktop, bool composited)
 {
-    return desktop.startWindowManager(WindowManagerKind::Openbox)
-        && (!composited || desktop.startCompositor(CompositorKind::Xcompmgr));
+    return startSession(desktop, composited ? CompositorKind::Xcompmgr : CompositorKind::None);
+}
+
+std::optional<CompositorKind> compositorArgument(int argc, char** argv)
+{
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], "--compositor") != 0)
+            continue;
+        const char* name = argv[i + 1];
+        if (std::strcmp(name, "none") == 0 || std::strcmp(name, "0") == 0)
+            return CompositorKind::None;
+        if (std::strcmp(name, "xcompmgr") == 0 || std::strcmp(name, "1") == 0)
+            return CompositorKind::Xcompmgr;
+        if (std::strcmp(name, "picom") == 0)
+            return CompositorKind::Picom;
+        std::fprintf(stderr, "--compositor %s: expected none, xcompmgr or picom\n", name);
+        return std::nullopt;
+    }
+    return CompositorKind::None;
+}
+
+const char* compositorName(CompositorKind compositor)
+{
+    switch (compositor) {
+    case CompositorKind::None:
+        return "no compositor";
+    case CompositorKind::Xcompmgr:
+        return "xcompmgr";
+    case CompositorKind::Picom:
+        return "picom";
+    }
+    return "?";
 }
 
 int argument(int argc, char** argv, const char* name, int fallback)

@@ -17,6 +17,7 @@
 #include <sys/types.h>
 
 class VirtualDesktop;
+enum class CompositorKind;
 
 namespace Bench {
 
@@ -41,8 +42,17 @@ void print(const char* what, const Stats& s, bool inMilliseconds = false);
 // with Parqueta's own log lines quietened (they would drown the figures). Says why on
 // stderr when it fails.
 bool startDesktop(VirtualDesktop& desktop);
-// openbox, and xcompmgr when composited, once the QApplication exists.
+// openbox, and the compositor given (none, xcompmgr or picom), once the QApplication exists.
+bool startSession(VirtualDesktop& desktop, CompositorKind compositor);
+// openbox, and xcompmgr when composited.
 bool startSession(VirtualDesktop& desktop, bool composited);
+
+// The compositor named after --compositor: none, xcompmgr or picom (0 and 1 stand for
+// none and xcompmgr, as in the older command lines); none without the option, nothing
+// for a name it does not know.
+std::optional<CompositorKind> compositorArgument(int argc, char** argv);
+// "no compositor", "xcompmgr", "picom".
+const char* compositorName(CompositorKind compositor);
 
 // The number after `name` on the command line, else fallback.
 int argument(int argc, char** argv, const char* name, int fallback);
