@@ -22,7 +22,6 @@
 #include "VirtualDesktop.h"
 
 #include <QCoreApplication>
-#include <QLoggingCategory>
 #include <QMap>
 
 #include <cstdio>
@@ -102,16 +101,9 @@ int main(int argc, char** argv)
     const int gestures = Bench::argument(argc, argv, "--gestures", 1000);
     const int snaps = Bench::argument(argc, argv, "--snaps", 200);
 
-    VirtualDesktop desktop;
-    if (!desktop.start()) {
-        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
-        return 1;
-    }
-    VirtualDesktop::setShared(&desktop);
     QCoreApplication app(argc, argv);
-    // Only this process: the child needs its info line to be seen starting.
-    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.info=false\nparqueta.*.debug=false"));
-    if (!desktop.startWindowManager(WindowManagerKind::Openbox) || !desktop.startPanel(0))
+    VirtualDesktop desktop;
+    if (!Bench::startProgramDesktop(desktop))
         return 1;
     std::printf("parqueta: %s\n", qPrintable(ParquetaProcess::executable()));
 

@@ -27,7 +27,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QLoggingCategory>
 
 #include <cstdio>
 #include <cstdlib>
@@ -165,15 +164,9 @@ int main(int argc, char** argv)
     const int reps = Bench::argument(argc, argv, "--reps", 5);
     const int pollUs = Bench::argument(argc, argv, "--poll-us", 5000);
 
-    VirtualDesktop desktop;
-    if (!desktop.start()) {
-        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
-        return 1;
-    }
-    VirtualDesktop::setShared(&desktop);
     QCoreApplication app(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.info=false\nparqueta.*.debug=false"));
-    if (!desktop.startWindowManager(WindowManagerKind::Openbox) || !desktop.startPanel(0))
+    VirtualDesktop desktop;
+    if (!Bench::startProgramDesktop(desktop))
         return 1;
     std::printf("parqueta: %s\n", qPrintable(ParquetaProcess::executable()));
     xcb_connection_t* c = desktop.connection();

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -57,6 +58,21 @@ bool startDesktop(VirtualDesktop& desktop)
         return false;
     }
     qputenv("QT_LOGGING_RULES", "parqueta.*.debug=false;parqueta.*.info=false;qt.qpa.*=false");
+    return true;
+}
+
+bool startProgramDesktop(VirtualDesktop& desktop)
+{
+    if (!desktop.start()) {
+        std::fprintf(stderr, "no virtual desktop: %s\n", qPrintable(desktop.lastError()));
+        return false;
+    }
+    VirtualDesktop::setShared(&desktop);
+    QLoggingCategory::setFilterRules(QStringLiteral("parqueta.*.info=false\nparqueta.*.debug=false"));
+    if (!desktop.startWindowManager(WindowManagerKind::Openbox) || !desktop.startPanel(0)) {
+        std::fprintf(stderr, "openbox or its panel did not start: %s\n", qPrintable(desktop.lastError()));
+        return false;
+    }
     return true;
 }
 

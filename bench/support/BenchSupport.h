@@ -42,6 +42,11 @@ void print(const char* what, const Stats& s, bool inMilliseconds = false);
 // with Parqueta's own log lines quietened (they would drown the figures). Says why on
 // stderr when it fails.
 bool startDesktop(VirtualDesktop& desktop);
+// For the benchmarks that run the real program beside this process (a QCoreApplication
+// must exist): Xvfb with two monitors, openbox and a tint2 panel. Only this process's log
+// lines are quietened, not through the environment, which the program inherits and whose
+// start-up line must be seen. Says why on stderr when it fails.
+bool startProgramDesktop(VirtualDesktop& desktop);
 // openbox, and the compositor given (none, xcompmgr or picom), once the QApplication exists.
 bool startSession(VirtualDesktop& desktop, CompositorKind compositor);
 // openbox, and xcompmgr when composited.
