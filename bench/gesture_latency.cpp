@@ -3,11 +3,14 @@
 // platform, exactly as the parqueta executable wires it.
 //
 //   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
-//                 [--depth 0] [--sections ohsf]
+//                 [--depth 0] [--sections ohsf] [--picture overlay.png]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
 // parts to run: o overlay, h highlight and event handling, s snap, f the floor.
+// --picture saves the whole screen once, the overlays faded in and the second zone
+// highlighted, first of all: the same command before and after a change shows whether
+// the overlay still looks the same, pixel for pixel.
 // --compositor 0 and 1 still mean none and xcompmgr.
 //
 // Starts a virtual desktop (Xvfb with two monitors, openbox, a plain client; the
@@ -27,6 +30,7 @@
 #include "BenchSupport.h"
 #include "ConfigureWatcher.h"
 #include "PaintClock.h"
+#include "RootScreenshot.h"
 #include "SplitTrees.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
@@ -157,9 +161,12 @@ int main(int argc, char** argv)
         return 2;
     const int depth = Bench::argument(argc, argv, "--depth", 0);
     QByteArray sections = "ohsf";
+    QString picture;
     for (int i = 1; i + 1 < argc; ++i) {
         if (qstrcmp(argv[i], "--sections") == 0)
             sections = argv[i + 1];
+        if (qstrcmp(argv[i], "--picture") == 0)
+            picture = QString::fromLocal8Bit(argv[i + 1]);
     }
 
     VirtualDesktop desktop;
@@ -246,6 +253,30 @@ int main(int argc, char** argv)
             pump(8);
         }
     };
+
+    // --- Picture ------------------------------------------------------------------------
+    if (!picture.isEmpty()) {
+        // The first run's guide would cover the client at a device-pixel ratio of 2.
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (widget->isVisible() && !qobject_cast<ZonesWindow*>(widget))
+                widget->hide();
+        }
+        pump(100);
+        beginDrag();
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
+        pump(ZonesWindow::kFadeInMs + 300);
+        const bool saved = RootScreenshot::save(picture);
+        std::printf(
+            "Picture of the overlays %s %s\n", saved ? "saved to" : "could not be saved to", qPrintable(picture));
+        xtest.keyUp(kShift);
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        xtest.keyUp(kShift);
+        xtest.release(1);
+        pump(300);
+    }
 
     // --- Overlay ------------------------------------------------------------------------
     std::vector<double> overlayUs, shiftSeenUs, shownUs, exposedUs;
