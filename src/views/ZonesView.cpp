@@ -136,51 +136,141 @@ QRegion ZonesView::unhighlightedShape() const
     return *m_unhighlightedShape;
 }
 
+ZonesView::Colors ZonesView::colors() const
+{
+    const bool dark = ZoneColors::isDark(palette());
+    Colors c;
+    c.backdrop = ZoneColors::zoneBackground(m_settings, dark);
+    if (m_opaque)
+        c.backdrop.setAlphaF(1);
+    c.accent = ZoneColors::borderAccent(m_settings);
+    c.highlight = ZoneColors::zoneHighlight(m_settings);
+    c.text = ZoneColors::zoneText(m_settings, dark);
+    c.plate = ZoneColors::zoneBackground(m_settings, dark);
+    c.plate.setAlphaF(1);
+    return c;
+}
+
 void ZonesView::paintEvent(QPaintEvent* event)
 {
-    Q_UNUSED(event);
-    const bool dark = ZoneColors::isDark(palette());
-    QColor backdrop = ZoneColors::zoneBackground(m_settings, dark);
-    if (m_opaque)
-        backdrop.setAlphaF(1);
-    const QColor accent = ZoneColors::borderAccent(m_settings);
-    const QColor highlight = ZoneColors::zoneHighlight(m_settings);
-    const QColor text = ZoneColors::zoneText(m_settings, dark);
-    QColor plate = ZoneColors::zoneBackground(m_settings, dark);
-    plate.setAlphaF(1);
-
+    const Colors c = colors();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(rect(), backdrop);
+    painter.fillRect(rect(), c.backdrop);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.scale(scale(), scale());
 
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(stroke(accent, kBorderWidth));
+    painter.setPen(stroke(c.accent, kBorderWidth));
     painter.drawRect(strokeInside(layoutRect(), kBorderWidth));
 
-    for (const std::shared_ptr<Zone>& zone : m_viewModel.zones()) {
-        const QRectF frame = m_viewModel.frameOf(*zone);
-        const QRect pixels = pixelFrame(frame);
-        if (zone->highlighted()) {
-            painter.setOpacity(kHighlightOpacity);
-            painter.fillRect(pixels, highlight);
-            painter.setOpacity(1);
-        }
-        painter.setPen(stroke(accent, kOutlineWidth));
-        painter.drawRect(strokeInside(pixels, kOutlineWidth));
-        const QPainterPath number = numberPath(*zone, frame);
-        painter.strokePath(number, QPen(plate, 2 * kNumberOutline, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        painter.fillPath(number, text);
+    // A highlight flip repaints one zone: the others are not even looked at, since
+    // nothing of theirs (their number included) reaches outside their frame then.
+    const QRectF dirty = painter.transform().inverted().mapRect(QRectF(event->rect()));
+    const std::vector<std::shared_ptr<Zone>>& zones = m_viewModel.zones();
+    // Tiles are device pixels: a window moved to a screen of another ratio needs new ones.
+    if (painter.deviceTransform() != m_tilesTransform) {
+        m_numberTiles.clear();
+        m_tilesTransform = painter.deviceTransform();
     }
+    m_numberTiles.resize(zones.size());
+    for (size_t i = 0; i < zones.size(); ++i) {
+        const QRect pixels = pixelFrame(m_viewModel.frameOf(*zones[i]));
+        const std::optional<NumberTile>& tile = m_numberTiles[i];
+        const bool inside = tile && !tile->devicePixels.isEmpty();
+        if (inside && !dirty.intersects(pixels))
+            continue;
+        paintZone(painter, *zones[i], i, c);
+    }
+}
+
+void ZonesView::paintZone(QPainter& painter, const Zone& zone, size_t index, const Colors& c)
+{
+    const QRectF frame = m_viewModel.frameOf(zone);
+    const QRect pixels = pixelFrame(frame);
+    if (zone.highlighted()) {
+        painter.setOpacity(kHighlightOpacity);
+        painter.fillRect(pixels, c.highlight);
+        painter.setOpacity(1);
+    }
+    painter.setPen(stroke(c.accent, kOutlineWidth));
+    painter.drawRect(strokeInside(pixels, kOutlineWidth));
+    if (const QImage* tile = numberTile(painter, zone, index, c)) {
+        // Device pixels for device pixels: the tile holds exactly what drawing the
+        // number here would have left, so it replaces those pixels as they are.
+        painter.save();
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.setWorldTransform(QTransform());
+        const QTransform toDevice = painter.deviceTransform();
+        painter.setWorldTransform(toDevice.inverted());
+        painter.drawImage(m_numberTiles[index]->devicePixels.topLeft(), *tile);
+        painter.restore();
+        return;
+    }
+    paintNumber(painter, numberPath(zone, frame), c);
+}
+
+void ZonesView::paintNumber(QPainter& painter, const QPainterPath& number, const Colors& c) const
+{
+    painter.strokePath(number, QPen(c.plate, 2 * kNumberOutline, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.fillPath(number, c.text);
+}
+
+const QImage* ZonesView::numberTile(QPainter& painter, const Zone& zone, size_t index, const Colors& c)
+{
+    std::optional<NumberTile>& slot = m_numberTiles[index];
+    if (!slot) {
+        slot.emplace();
+        // Layout points must land on device pixels one to one and on whole pixels, or
+        // a blit would not reproduce what drawing there gives.
+        const QTransform device = painter.deviceTransform();
+        const bool exact = device.type() <= QTransform::TxTranslate && qFuzzyIsNull(device.dx() - qRound(device.dx()))
+            && qFuzzyIsNull(device.dy() - qRound(device.dy()));
+        const QRectF frame = m_viewModel.frameOf(zone);
+        const QPainterPath number = numberPath(zone, frame);
+        const QRect bounds
+            = number.boundingRect()
+                  .adjusted(-kNumberOutline - 1, -kNumberOutline - 1, kNumberOutline + 1, kNumberOutline + 1)
+                  .toAlignedRect();
+        // Clear of the zone's outline and of the screen's border: what lies under the
+        // tile is then the zone's plain fill and nothing else.
+        const QRect interior = pixelFrame(frame).adjusted(kBorderWidth, kBorderWidth, -kBorderWidth, -kBorderWidth);
+        if (!exact || bounds.isEmpty() || !interior.contains(bounds))
+            return nullptr;
+        slot->devicePixels = device.mapRect(bounds);
+        slot->number = number;
+        slot->layoutBounds = bounds;
+    }
+    if (slot->devicePixels.isEmpty())
+        return nullptr;
+    // Each look is drawn when first needed: most zones are never highlighted.
+    QImage& image = zone.highlighted() ? slot->highlighted : slot->plain;
+    if (image.isNull()) {
+        image = QImage(slot->layoutBounds.size(), QImage::Format_ARGB32_Premultiplied);
+        QPainter p(&image);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.translate(-slot->layoutBounds.topLeft());
+        p.setCompositionMode(QPainter::CompositionMode_Source);
+        p.fillRect(slot->layoutBounds, c.backdrop);
+        p.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        if (zone.highlighted()) {
+            p.setOpacity(kHighlightOpacity);
+            p.fillRect(slot->layoutBounds, c.highlight);
+            p.setOpacity(1);
+        }
+        paintNumber(p, slot->number, c);
+    }
+    return &image;
 }
 
 void ZonesView::changeEvent(QEvent* event)
 {
     // The desktop switched between light and dark: backdrop and numbers follow.
-    if (event->type() == QEvent::PaletteChange)
+    if (event->type() == QEvent::PaletteChange) {
+        m_numberTiles.clear();
         update();
+    }
     QWidget::changeEvent(event);
 }
 
@@ -188,6 +278,7 @@ void ZonesView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     m_unhighlightedShape.reset();
+    m_numberTiles.clear();
     Q_EMIT paintedRegionChanged();
 }
 
@@ -204,6 +295,7 @@ void ZonesView::zoneHighlightChanged(int index)
 void ZonesView::redrawAll()
 {
     m_unhighlightedShape.reset();
+    m_numberTiles.clear();
     update();
     Q_EMIT paintedRegionChanged();
 }

@@ -1,12 +1,17 @@
 #pragma once
 
+#include <QColor>
+#include <QImage>
 #include <QPainterPath>
 #include <QRectF>
 #include <QRegion>
+#include <QTransform>
 #include <QWidget>
 
 #include <optional>
+#include <vector>
 
+class QPainter;
 class Settings;
 class Zone;
 class ZonesViewModel;
@@ -44,6 +49,29 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    // What one paint uses, read from the settings and the palette once per paint.
+    struct Colors
+    {
+        QColor backdrop, accent, highlight, text, plate;
+    };
+    // A zone's number drawn once over its zone's plain backdrop, plain or highlighted,
+    // in device pixels. A full paint blits these instead of turning glyphs into outlines
+    // and stroking them zone by zone, which with many zones cost more than a frame.
+    struct NumberTile
+    {
+        QRect devicePixels; // where it goes; empty when the number cannot be tiled
+        QRect layoutBounds;
+        QPainterPath number;
+        QImage plain, highlighted;
+    };
+
+    Colors colors() const;
+    void paintZone(QPainter& painter, const Zone& zone, size_t index, const Colors& colors);
+    // The number pixels of zones()[index], made on first use. Null when the number
+    // touches the zone's outline or the painter does not map layout points 1:1 onto
+    // device pixels: those numbers are drawn directly.
+    const QImage* numberTile(QPainter& painter, const Zone& zone, size_t index, const Colors& colors);
+    void paintNumber(QPainter& painter, const QPainterPath& number, const Colors& colors) const;
     void zoneHighlightChanged(int index);
     void redrawAll();
     QFont numberFont() const;
@@ -64,4 +92,7 @@ private:
     // rebuilding them (a glyph rendered and traced per zone, then united) is the dear
     // part: with many zones it would stall the drag at every flip.
     mutable std::optional<QRegion> m_unhighlightedShape;
+    // By zone index; dropped with everything that changes how a number looks.
+    std::vector<std::optional<NumberTile>> m_numberTiles;
+    QTransform m_tilesTransform;
 };

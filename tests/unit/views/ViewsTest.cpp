@@ -5,8 +5,8 @@
 #include "FakePlatform.h"
 #include "TestSupport.h"
 #include "core/MemorySettingsBackend.h"
-#include "core/Settings.h"
 #include "core/ObserverList.h"
+#include "core/Settings.h"
 #include "managers/ScreenManager.h"
 #include "models/LayoutPresets.h"
 #include "views/ZoneOverlayEngine.h"
@@ -17,6 +17,7 @@
 
 #include <QApplication>
 #include <QDeadlineTimer>
+#include <QScreen>
 
 #include <gtest/gtest.h>
 
@@ -67,8 +68,8 @@ bool waitFor(const std::function<bool()>& condition)
 {
     const double ta = top.alphaF() * opacity, ba = bottom.alphaF(), a = ta + ba * (1 - ta);
     const auto mix = [&](double t, double b) { return (t * ta + b * ba * (1 - ta)) / a; };
-    const QColor expected = QColor::fromRgbF(float(mix(top.redF(), bottom.redF())), float(mix(top.greenF(), bottom.greenF())),
-        float(mix(top.blueF(), bottom.blueF())), float(a));
+    const QColor expected = QColor::fromRgbF(float(mix(top.redF(), bottom.redF())),
+        float(mix(top.greenF(), bottom.greenF())), float(mix(top.blueF(), bottom.blueF())), float(a));
     const int off = std::max({std::abs(actual.red() - expected.red()), std::abs(actual.green() - expected.green()),
         std::abs(actual.blue() - expected.blue()), std::abs(actual.alpha() - expected.alpha())});
     if (off <= 3)
@@ -106,8 +107,8 @@ class Views : public ::testing::Test
 protected:
     Views()
     {
-        displays.setDisplays({FakeDisplayServer::display("0F3C1B2A-1111-5222-8333-444455556666", "LEFT",
-            QRectF(0, 0, 640, 400), QRectF(40, 0, 600, 400))});
+        displays.setDisplays({FakeDisplayServer::display(
+            "0F3C1B2A-1111-5222-8333-444455556666", "LEFT", QRectF(0, 0, 640, 400), QRectF(40, 0, 600, 400))});
         screen = screens.screens().value(0);
         layout = defaultLayout(DefaultLayoutType::rightT, screen, screens);
         settings.setValue(Keys::useSystemAccentColor, false);
@@ -126,8 +127,9 @@ protected:
 
     std::unique_ptr<ZonesWindow> makeWindow()
     {
-        return std::make_unique<ZonesWindow>(std::make_unique<ZonesViewModel>(screen, layout, engine, settings, screens),
-            QRect(40, 0, 600, 400), settings, effects);
+        return std::make_unique<ZonesWindow>(
+            std::make_unique<ZonesViewModel>(screen, layout, engine, settings, screens), QRect(40, 0, 600, 400),
+            settings, effects);
     }
     QRect zoneRect(int index) const { return layout->zones().at(size_t(index))->rect().toRect(); }
     // A point inside a zone, clear of its centred number.
@@ -212,11 +214,79 @@ TEST_F(Views, HighlightIsPaintedHalfOverTheBackdropThatFollowsTheDesktopsPalette
     EXPECT_TRUE(waitFor([&] { return isBlend(pixel(*window, interior(0)), kLight, 1, Qt::transparent); }));
 }
 
+// A flip repaints only its zone, with the zone's number copied from a tile made for
+// the zone's look: after any sequence of flips, and after the colours change, the screen
+// must hold exactly what a window painted from scratch shows.
+TEST_F(Views, AfterHighlightFlipsTheWindowShowsWhatAFreshlyPaintedOneDoes)
+{
+    // What the window system holds once every pending repaint is done.
+    const auto shown = [](ZonesWindow& window) {
+        QDeadlineTimer settled(30);
+        while (!settled.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        return QGuiApplication::primaryScreen()->grabWindow(window.winId()).toImage().copy();
+    };
+    // Each step painted before the next, as the pointer moves between frames.
+    const auto steps = [&](ZonesWindow& window, const QList<QStringList>& zones) {
+        for (const QStringList& step : zones) {
+            move(window, step);
+            shown(window);
+        }
+    };
+    for (const bool translucent : {true, false}) {
+        SCOPED_TRACE(translucent ? "translucent" : "shaped");
+        effects.setTranslucent(translucent);
+        const auto window = makeWindow();
+        window->show();
+        window->view().repaint();
+        steps(*window, {{"2"}, {"1"}, {"3"}, {"1", "3"}});
+        settings.setValue(Keys::zoneHighlightColor, QColor(200, 120, 0));
+        steps(*window, {{"1", "3"}, {"2"}, {"3"}});
+        const QImage flipped = shown(*window);
+
+        window->hide();
+        engine.hits.clear();
+        const auto fresh = makeWindow();
+        fresh->show();
+        fresh->view().repaint();
+        const QImage unlit = shown(*fresh);
+        move(*fresh, {"3"});
+        // Shaped, only what the shape lets through is seen: Qt leaves the rest as it was.
+        const QRegion seen = translucent ? QRegion(window->rect()) : window->mask();
+        ASSERT_EQ(seen, translucent ? QRegion(fresh->rect()) : fresh->mask());
+        const QImage painted = shown(*fresh);
+        int differ = 0;
+        for (const QRect& r : seen)
+            for (int y = r.top(); y <= r.bottom(); ++y)
+                for (int x = r.left(); x <= r.right(); ++x)
+                    differ += painted.pixel(x, y) != flipped.pixel(x, y);
+        EXPECT_EQ(differ, 0);
+        const QColor lit = flipped.pixelColor(interior(2));
+        EXPECT_NE(lit, unlit.pixelColor(interior(2)));
+        // Right around its number too, where a tile of the unlit look would leave the
+        // bare backdrop: the corners just outside the box the number's ink spans.
+        const QRect inside = zoneRect(2).adjusted(2, 2, -2, -2);
+        const QColor backdrop = unlit.pixelColor(interior(2));
+        QRect ink;
+        for (int y = inside.top(); y <= inside.bottom(); ++y)
+            for (int x = inside.left(); x <= inside.right(); ++x)
+                if (unlit.pixelColor(x, y) != backdrop)
+                    ink |= QRect(x, y, 1, 1);
+        ASSERT_TRUE(inside.contains(ink.adjusted(-1, -1, 1, 1)));
+        const QRect box = ink.adjusted(-1, -1, 1, 1);
+        for (const QPoint& corner : {box.topLeft(), box.topRight(), box.bottomLeft(), box.bottomRight()})
+            EXPECT_EQ(flipped.pixelColor(corner), lit) << corner.x() << "," << corner.y();
+
+        settings.setValue(Keys::zoneHighlightColor, kHighlight);
+    }
+}
+
 TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
 {
     effects.setTranslucent(false);
     const auto window = makeWindow();
-    EXPECT_FALSE(window->testAttribute(Qt::WA_TranslucentBackground)) << "the server would blend a 32-bit window itself";
+    EXPECT_FALSE(window->testAttribute(Qt::WA_TranslucentBackground))
+        << "the server would blend a 32-bit window itself";
     move(*window, {"2"});
     const QRegion mask = window->mask();
     EXPECT_TRUE(mask.contains(QPoint(0, 200))) << "border";
