@@ -71,6 +71,12 @@ ZonesView::ZonesView(ZonesViewModel& viewModel, const Settings& settings, QWidge
     , m_settings(settings)
 {
     connect(&m_viewModel, &ZonesViewModel::zoneHighlightChanged, this, &ZonesView::zoneHighlightChanged);
+    // Moving into the next zone flips two: the window is reshaped once for both, since
+    // with many zones every new shape is a large request the X server must validate.
+    connect(&m_viewModel, &ZonesViewModel::highlightsSettled, this, [this] {
+        if (m_opaque)
+            Q_EMIT paintedRegionChanged();
+    });
     connect(&m_viewModel, &ZonesViewModel::zonesChanged, this, &ZonesView::redrawAll);
     connect(&m_settings, &Settings::changed, this, [this](const QString& name) {
         if (affectsDrawing(name))
@@ -288,8 +294,6 @@ void ZonesView::zoneHighlightChanged(int index)
     if (index < 0 || index >= int(zones.size()))
         return;
     update(toView(QRegion(pixelFrame(m_viewModel.frameOf(*zones[size_t(index)])))));
-    if (m_opaque)
-        Q_EMIT paintedRegionChanged();
 }
 
 void ZonesView::redrawAll()

@@ -40,7 +40,8 @@ public:
     double scale() const;
 
 Q_SIGNALS:
-    // What paintedRegion() returns has changed.
+    // What paintedRegion() returns has changed: once per gesture step, however many
+    // zones flipped in it.
     void paintedRegionChanged();
 
 protected:

@@ -64,12 +64,15 @@ void ZonesViewModel::stopMonitoring()
 void ZonesViewModel::highlightZonesWithCursor(bool isMultiZone)
 {
     const std::vector<std::shared_ptr<Zone>>& all = zones();
+    bool flipped = false;
     for (int i = 0; i < int(all.size()); ++i) {
         const Zone& zone = *all[size_t(i)];
         if (isMultiZone && zone.highlighted())
             continue;
-        setHighlighted(i, m_engine.isCursorInZone(zone));
+        flipped |= setHighlighted(i, m_engine.isCursorInZone(zone));
     }
+    if (flipped)
+        Q_EMIT highlightsSettled();
 }
 
 std::vector<std::shared_ptr<Zone>> ZonesViewModel::highlightedZones() const
@@ -109,17 +112,21 @@ void ZonesViewModel::zoneGestureDidEnd(const ZoneGestureEvent& event, bool cance
     m_engine.snap(event.dragEvent->window, zones);
 }
 
-void ZonesViewModel::setHighlighted(int index, bool highlighted)
+bool ZonesViewModel::setHighlighted(int index, bool highlighted)
 {
     Zone& zone = *zones()[size_t(index)];
     if (zone.highlighted() == highlighted)
-        return;
+        return false;
     zone.setHighlighted(highlighted);
     Q_EMIT zoneHighlightChanged(index);
+    return true;
 }
 
 void ZonesViewModel::clearHighlights()
 {
+    bool flipped = false;
     for (int i = 0; i < int(zones().size()); ++i)
-        setHighlighted(i, false);
+        flipped |= setHighlighted(i, false);
+    if (flipped)
+        Q_EMIT highlightsSettled();
 }

@@ -54,11 +54,14 @@ public:
 Q_SIGNALS:
     // The highlighted flag of zones()[index] flipped.
     void zoneHighlightChanged(int index);
+    // One gesture step's flips are all out (sent once after them, only when any).
+    void highlightsSettled();
     // The layout's zones were rebuilt (the view redraws everything).
     void zonesChanged();
 
 private:
-    void setHighlighted(int index, bool highlighted);
+    // True when the flag flipped.
+    bool setHighlighted(int index, bool highlighted);
     void clearHighlights();
 
     Screen m_screen;

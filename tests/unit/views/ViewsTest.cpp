@@ -170,6 +170,8 @@ TEST_F(Views, SingleZoneLightsWhatIsUnderThePointerMultiZoneKeepsWhatItCrossedAn
     ZonesViewModel viewModel(screen, layout, engine, settings, screens);
     QList<int> flips;
     QObject::connect(&viewModel, &ZonesViewModel::zoneHighlightChanged, [&](int i) { flips << i; });
+    // -1: a step's flips are all out.
+    QObject::connect(&viewModel, &ZonesViewModel::highlightsSettled, [&] { flips << -1; });
     layout->zones()[1]->setHighlighted(true); // left over from an earlier gesture
     viewModel.startMonitoring();
     EXPECT_TRUE(highlighted().isEmpty());
@@ -178,7 +180,8 @@ TEST_F(Views, SingleZoneLightsWhatIsUnderThePointerMultiZoneKeepsWhatItCrossedAn
     engine.move({"2", "3"}); // near the border of 2 and 3, spanning
     EXPECT_EQ(highlighted(), QStringList({"2", "3"}));
     engine.move({});
-    EXPECT_EQ(flips, QList<int>({0, 0, 1, 2, 1, 2})) << "each flip announced once";
+    engine.move({});
+    EXPECT_EQ(flips, QList<int>({0, -1, 0, 1, 2, -1, 1, 2, -1})) << "each flip announced once, then its step";
 
     engine.move({"3"}, true);
     engine.move({"1"}, true);
@@ -297,6 +300,13 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     EXPECT_FALSE(mask.intersected(numberBox).isEmpty()) << "zone number";
     EXPECT_NE(mask.intersected(numberBox), QRegion(numberBox)) << "shaped like the digit, not a block";
     EXPECT_EQ(pixel(*window, interior(1)).alpha(), 255);
+    int reshapes = 0;
+    QObject::connect(&window->view(), &ZonesView::paintedRegionChanged, [&] { ++reshapes; });
+    move(*window, {"3"});
+    EXPECT_EQ(reshapes, 1) << "one new shape for the zone left and the zone entered together";
+    EXPECT_TRUE(window->mask().contains(interior(2)));
+    EXPECT_FALSE(window->mask().contains(interior(1)));
+    move(*window, {"2"});
     // The digit stands on a plate of the backdrop's colour, so it reads over any window.
     const QImage shot = window->view().grab().toImage();
     int plate = 0;
