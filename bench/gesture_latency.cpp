@@ -7,7 +7,8 @@
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
-// parts to run: o overlay, h highlight and event handling, s snap, f the floor.
+// parts to run: o overlay, h highlight and event handling, s snap, f the floor, b the X
+// server's own floor under the overlays' shapes (bare windows shaped alike, no Parqueta).
 // --picture saves the whole screen once, the overlays faded in and the second zone
 // highlighted, first of all: the same command before and after a change shows whether
 // the overlay still looks the same, pixel for pixel.
@@ -31,6 +32,7 @@
 #include "ConfigureWatcher.h"
 #include "PaintClock.h"
 #include "RootScreenshot.h"
+#include "ServerFloor.h"
 #include "SplitTrees.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
@@ -188,7 +190,10 @@ int main(int argc, char** argv)
         return 1;
     Settings settings(createUserSettingsBackend());
     Application::Options options;
-    options.launchedAsLoginItem = true; // no settings window over the desktop under test
+    // No settings window and no first run's guide over the desktop under test: the
+    // dragged window would expose them, and Qt repaint them, on every step.
+    options.launchedAsLoginItem = true;
+    options.showOnboarding = false;
     Application application(*platform, settings, options);
     GlobalInput& input = platform->input();
 
@@ -256,12 +261,6 @@ int main(int argc, char** argv)
 
     // --- Picture ------------------------------------------------------------------------
     if (!picture.isEmpty()) {
-        // The first run's guide would cover the client at a device-pixel ratio of 2.
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (widget->isVisible() && !qobject_cast<ZonesWindow*>(widget))
-                widget->hide();
-        }
-        pump(100);
         beginDrag();
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
@@ -370,6 +369,7 @@ int main(int argc, char** argv)
             &input, &GlobalInput::pointerMotion, [&] { lag.push_back(sent.load() - long(motionUs.size())); });
         const long changes0 = highlightChanges;
         const double cpu0 = Bench::threadCpuSeconds();
+        Bench::RoundTripProbe serverProbe;
         const Clock::time_point driverStarted = Clock::now();
         std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000);
         pump(seconds * 1000);
@@ -385,6 +385,7 @@ int main(int argc, char** argv)
                     "border every 400 events:\n",
             rate, seconds);
         Bench::print("raw motion -> every observer done", Bench::stats(motionUs));
+        Bench::print("the server meanwhile: a bare client's round trip", Bench::stats(serverProbe.stop()));
         const long maxLag = lag.empty() ? 0 : *std::max_element(lag.begin(), lag.end());
         std::printf("  sent %ld, handled %zu, the last %.1f ms after it was sent; %ld highlight changes\n", sent.load(),
             motionUs.size(), drainMs, highlightChanges - changes0);
@@ -394,6 +395,94 @@ int main(int argc, char** argv)
 
         xtest.release(1);
         xtest.keyUp(kShift);
+        pump(300);
+    }
+
+    // --- The server's own floor under the overlays' shapes ---------------------------------
+    if (sections.contains('b')) {
+        // The shapes zone mode gives the overlays with the first and with the second zone
+        // lit, taken off the real overlays; then the overlays go and bare windows take
+        // their place.
+        beginDrag();
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        std::vector<Bench::ShapedFrame> frames;
+        std::vector<QRegion> lit[2];
+        int rectangles = 0;
+        for (const int zone : {1, 0}) {
+            xtest.moveTo(qRound(targets[size_t(zone)].center.x()), qRound(targets[size_t(zone)].center.y()));
+            pump(100);
+            for (ZonesWindow* window : visibleOverlays()) {
+                // Qt's mask is in its own pixels; these are the server's.
+                if (window->devicePixelRatio() != 1 || window->mask().isEmpty())
+                    continue;
+                lit[zone].push_back(window->mask());
+                if (zone == 0) {
+                    frames.push_back({window->desktopFrame(), window->mask()});
+                    rectangles += window->mask().rectCount();
+                }
+            }
+        }
+        xtest.keyUp(kShift);
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        xtest.keyUp(kShift);
+        pump(100);
+        // The window manager moves its frame, the client only with it.
+        xcb_connection_t* qtConnection = qApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+        xcb_query_tree_reply_t* tree
+            = xcb_query_tree_reply(qtConnection, xcb_query_tree(qtConnection, client), nullptr);
+        const xcb_window_t frame = tree ? tree->parent : client;
+        std::free(tree);
+        const double border = (targets[0].frame.right() + targets[1].frame.left()) / 2.0;
+        const QPoint start(qRound(border) - 200, qRound(targets[0].center.y()));
+        std::printf(
+            "\nThe X server without Parqueta, in the same drag: nothing over the desktop, then bare windows with "
+            "the overlays' frames and shapes%s\n",
+            frames.empty() ? " (none here: the overlays are not shaped with a compositor or at another ratio)" : "");
+        for (const bool shaped : {false, true}) {
+            if (shaped && frames.empty())
+                continue;
+            std::optional<Bench::BareShapedWindows> windows;
+            if (shaped) {
+                windows.emplace(frames);
+                std::printf("  bare windows, %d rectangles in their shapes:\n", rectangles);
+            } else
+                std::printf("  nothing over the desktop:\n");
+            pump(50);
+            Bench::ConfigureWatcher moves(frame);
+            std::atomic<long> sent {0};
+            std::atomic<bool> stop {false};
+            Bench::RoundTripProbe probe;
+            std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000);
+            pump(seconds * 1000);
+            stop.store(true);
+            driver.join();
+            Bench::print("    motion at the rate: a bare client's round trip", Bench::stats(probe.stop()));
+            std::printf("    motion events XTest got through: %ld of %d; the window manager moved the window %zu "
+                        "times\n",
+                sent.load(), rate * seconds, moves.times().size());
+            // The highlight's step: the pointer into the other zone (the window manager
+            // moves the window there), then the shapes as Parqueta would set them.
+            std::vector<double> stepUs;
+            for (int i = 0; i < reps; ++i) {
+                const size_t zone = size_t(i % 2);
+                const Clock::time_point t0 = Clock::now();
+                xtest.moveTo(qRound(targets[zone].center.x()), qRound(targets[zone].center.y()));
+                if (windows)
+                    windows->reshape(lit[zone]);
+                else
+                    Bench::PaintClock::syncWithServer();
+                stepUs.push_back(Bench::microseconds(t0, Clock::now()));
+                pump(5);
+            }
+            Bench::print(shaped ? "    pointer into the other zone -> the new shapes set by the server"
+                                : "    pointer into the other zone -> a round trip",
+                Bench::stats(stepUs), true);
+            windows.reset();
+            pump(100);
+        }
+        xtest.release(1);
         pump(300);
     }
 

@@ -216,6 +216,12 @@ std::optional<ProcessSample> ParquetaProcess::sample() const
             continue;
         if (parts[0] == "VmRSS:")
             result.rssBytes = parts[1].toLongLong() * 1024;
+        else if (parts[0] == "RssAnon:")
+            result.rssAnonBytes = parts[1].toLongLong() * 1024;
+        else if (parts[0] == "RssFile:")
+            result.rssFileBytes = parts[1].toLongLong() * 1024;
+        else if (parts[0] == "RssShmem:")
+            result.rssShmemBytes = parts[1].toLongLong() * 1024;
         else if (parts[0] == "voluntary_ctxt_switches:")
             result.voluntarySwitches = parts[1].toLongLong();
         else if (parts[0] == "nonvoluntary_ctxt_switches:")

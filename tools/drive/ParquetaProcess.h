@@ -17,8 +17,11 @@ struct ProcessSample
 {
     // User plus system CPU time since the process started.
     double cpuSeconds = 0;
-    // Resident set size.
+    // Resident set size, and its private, file-backed and shared-memory parts.
     qint64 rssBytes = 0;
+    qint64 rssAnonBytes = 0;
+    qint64 rssFileBytes = 0;
+    qint64 rssShmemBytes = 0;
     qint64 voluntarySwitches = 0;
     qint64 involuntarySwitches = 0;
 
