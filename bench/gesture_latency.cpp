@@ -9,8 +9,8 @@
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
 // parts to run: o overlay, h highlight and event handling, s snap, f the floor, b the X
 // server's own floor under the overlays' shapes (bare windows shaped alike, no Parqueta).
-// --picture saves the whole screen once, the overlays faded in and the second zone
-// highlighted, first of all: the same command before and after a change shows whether
+// --picture saves the whole screen once, the overlays (kept from an earlier gesture)
+// faded in and the second zone highlighted, first of all: the same command before and after a change shows whether
 // the overlay still looks the same, pixel for pixel.
 // --compositor 0 and 1 still mean none and xcompmgr.
 //
@@ -84,7 +84,7 @@ QList<ZonesWindow*> visibleOverlays()
 {
     QList<ZonesWindow*> result;
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (auto* window = qobject_cast<ZonesWindow*>(widget); window && window->isVisible())
+        if (auto* window = qobject_cast<ZonesWindow*>(widget); window && window->isShowing())
             result.append(window);
     }
     return result;
@@ -262,6 +262,17 @@ int main(int argc, char** argv)
     // --- Picture ------------------------------------------------------------------------
     if (!picture.isEmpty()) {
         beginDrag();
+        // Zone mode on and off once first: the picture shows the windows kept from an
+        // earlier gesture, as every gesture but the first one sees them.
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        pump(50);
+        xtest.keyUp(kShift);
+        pump(20);
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        xtest.keyUp(kShift);
+        pump(100);
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
         xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
@@ -270,6 +281,7 @@ int main(int argc, char** argv)
         std::printf(
             "Picture of the overlays %s %s\n", saved ? "saved to" : "could not be saved to", qPrintable(picture));
         xtest.keyUp(kShift);
+        pump(20);
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
         xtest.keyUp(kShift);
@@ -296,8 +308,11 @@ int main(int argc, char** argv)
             if (Bench::runUntil([&] { return painted.size() >= screenCount; }, 2000)) {
                 overlayUs.push_back(Bench::microseconds(t0, last));
                 shiftSeenUs.push_back(Bench::microseconds(t0, shiftSeen));
-                shownUs.push_back(Bench::microseconds(t0, qtApp.lastShown));
-                exposedUs.push_back(Bench::microseconds(t0, qtApp.lastExposed));
+                // A parked window comes back without being mapped or exposed.
+                if (qtApp.lastShown > t0)
+                    shownUs.push_back(Bench::microseconds(t0, qtApp.lastShown));
+                if (qtApp.lastExposed > t0)
+                    exposedUs.push_back(Bench::microseconds(t0, qtApp.lastExposed));
             } else
                 ++missed;
             qtApp.onPainted = nullptr;
@@ -316,8 +331,11 @@ int main(int argc, char** argv)
         Bench::print("overlay latency", Bench::stats(overlayUs), true);
         std::printf("  stages, from the key press:\n");
         Bench::print("  Shift seen by the application", Bench::stats(shiftSeenUs), true);
-        Bench::print("  last overlay window shown", Bench::stats(shownUs), true);
-        Bench::print("  last overlay window exposed", Bench::stats(exposedUs), true);
+        // Windows parked between gestures (with a compositor) are neither shown nor exposed.
+        if (!shownUs.empty())
+            Bench::print("  last overlay window shown", Bench::stats(shownUs), true);
+        if (!exposedUs.empty())
+            Bench::print("  last overlay window exposed", Bench::stats(exposedUs), true);
         qtApp.printPaints("  painting one view");
         if (missed)
             std::printf("  %d repetitions showed no overlay within 2 s\n", missed);
@@ -424,8 +442,10 @@ int main(int argc, char** argv)
             }
         }
         xtest.keyUp(kShift);
+        pump(20);
         xtest.keyDown(kShift);
-        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        if (!Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000))
+            std::printf("  zone mode did not end: what follows is not without Parqueta\n");
         xtest.keyUp(kShift);
         pump(100);
         // The window manager moves its frame, the client only with it.

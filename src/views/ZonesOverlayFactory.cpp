@@ -21,12 +21,13 @@ public:
 
     // The engine drops its overlays from inside its own gesture-end callback, and the
     // view model, a later observer of the same notification, is still to be told about
-    // that end (it snaps then). So the window only leaves the screen now; the factory
+    // that end (it snaps then). So the window only leaves the screen now (hidden, or
+    // parked while a compositor runs); the factory
     // keeps it for the next gesture or deletes it later, never here.
     ~ZonesOverlay() override
     {
         if (m_window) {
-            m_window->hide();
+            m_window->disappear();
             m_factory.keep(m_window);
         }
     }
@@ -34,13 +35,13 @@ public:
     void show() override
     {
         if (m_window)
-            m_window->show();
+            m_window->appear();
     }
 
     void hide() override
     {
         if (m_window)
-            m_window->hide();
+            m_window->disappear();
     }
 
 private:

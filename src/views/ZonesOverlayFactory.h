@@ -17,11 +17,11 @@ class ZonesWindow;
 // Builds the zone overlays the engine shows during a zone gesture: one ZonesWindow over
 // the screen's visible frame.
 //
-// A dropped overlay's window is hidden and kept for a while: the next gesture on the
-// same screen, with the same layout and frame, shows it again instead of creating a
-// native window and its backing store, which is most of the time it takes an overlay
-// to appear. Kept windows are deleted once nothing has asked for them for keepHiddenMs,
-// so an idle Parqueta holds no overlay memory and no timer.
+// A dropped overlay's window is hidden (or, with a compositor, parked: see
+// ZonesWindow::disappear()) and kept for a while: the next gesture on the same screen,
+// with the same layout and frame, shows it again instead of creating a native window and
+// its backing store, which is most of the time it takes an overlay to appear. Kept windows are deleted once nothing has
+// asked for them for keepHiddenMs, so an idle Parqueta holds no overlay memory and no timer.
 //
 // The engine the overlays talk to is ZoneManager itself, which needs this factory to be
 // constructed; so the engine is handed over afterwards:
@@ -48,7 +48,7 @@ public:
     // Hidden windows waiting for the next gesture.
     int keptCount() const;
 
-    // Takes back the window of a dropped overlay (already hidden).
+    // Takes back the window of a dropped overlay (already off the screen).
     void keep(ZonesWindow* window);
 
 private:

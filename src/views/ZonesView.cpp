@@ -92,6 +92,14 @@ void ZonesView::setOpaque(bool opaque)
     redrawAll();
 }
 
+void ZonesView::setBlank(bool blank)
+{
+    if (blank == m_blank)
+        return;
+    m_blank = blank;
+    update();
+}
+
 double ZonesView::scale() const
 {
     const QSizeF canvas = m_viewModel.canvasSize();
@@ -159,10 +167,14 @@ ZonesView::Colors ZonesView::colors() const
 
 void ZonesView::paintEvent(QPaintEvent* event)
 {
-    const Colors c = colors();
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
+    if (m_blank) {
+        painter.fillRect(event->rect(), Qt::transparent);
+        return;
+    }
+    const Colors c = colors();
+    painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(rect(), c.backdrop);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.scale(scale(), scale());

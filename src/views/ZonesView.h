@@ -32,6 +32,9 @@ public:
 
     void setOpaque(bool opaque);
     bool isOpaque() const { return m_opaque; }
+    // Blank: every pixel fully transparent, for a window that stays mapped off duty.
+    void setBlank(bool blank);
+    bool isBlank() const { return m_blank; }
 
     // Border, outlines, numbers and highlighted fills, in the view's coordinates.
     QRegion paintedRegion() const;
@@ -88,6 +91,7 @@ private:
     ZonesViewModel& m_viewModel;
     const Settings& m_settings;
     bool m_opaque = false;
+    bool m_blank = false;
     // The shape asked for on every highlight flip is this plus the highlighted zones.
     // Outlines and number glyphs change only with a full redraw or a resize, and
     // rebuilding them (a glyph rendered and traced per zone, then united) is the dear

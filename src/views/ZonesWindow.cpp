@@ -62,21 +62,65 @@ const std::shared_ptr<Layout>& ZonesWindow::layout() const
     return m_viewModel->layout();
 }
 
+void ZonesWindow::appear()
+{
+    if (!m_parked) {
+        show();
+        return;
+    }
+    m_parked = false;
+    qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << "back from parking";
+    m_view->setBlank(false);
+    // Another override-redirect window (a menu, a tooltip) may have been mapped since.
+    raise();
+    startShowing();
+}
+
+void ZonesWindow::disappear()
+{
+    if (!isVisible() || m_parked)
+        return;
+    // Only a compositor hides a window by its opacity. Without one a parked window would
+    // stand as a black sheet over the screen, and the shaped opaque overlay gains
+    // nothing from staying mapped anyway.
+    if (!testAttribute(Qt::WA_TranslucentBackground) || !m_effects.overlaysCanBeTranslucent()) {
+        hide();
+        return;
+    }
+    stopShowing();
+    setWindowOpacity(0.0);
+    // Transparent pixels too: a compositor that ignored the opacity must show nothing.
+    m_view->setBlank(true);
+    m_parked = true;
+}
+
 void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     if (QWindow* window = windowHandle())
         m_effects.placeExactly(*window, m_desktopFrame);
+    startShowing();
+}
+
+void ZonesWindow::hideEvent(QHideEvent* event)
+{
+    stopShowing();
+    m_parked = false;
+    m_view->setBlank(false);
+    QWidget::hideEvent(event);
+}
+
+void ZonesWindow::startShowing()
+{
     m_viewModel->startMonitoring();
     setWindowOpacity(0.0);
     m_fadeIn->start();
 }
 
-void ZonesWindow::hideEvent(QHideEvent* event)
+void ZonesWindow::stopShowing()
 {
     m_fadeIn->stop();
     m_viewModel->stopMonitoring();
-    QWidget::hideEvent(event);
 }
 
 void ZonesWindow::resizeEvent(QResizeEvent* event)
@@ -90,6 +134,10 @@ void ZonesWindow::setTranslucent(bool translucent)
     // Without a compositor transparent pixels come out black and would hide every window
     // beneath: draw solid instead and cut the window down to what carries information.
     qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << (translucent ? "translucent" : "shaped");
+    // The compositor that made a parked window invisible is gone: unmap it before its
+    // transparent pixels turn black.
+    if (!translucent && m_parked)
+        hide();
     m_view->setOpaque(!translucent || !testAttribute(Qt::WA_TranslucentBackground));
     updateMask();
 }

@@ -16,7 +16,7 @@ class ZonesViewModel;
 // The borderless, click-through window that shows one screen's zones over exactly its
 // visible frame. It never takes focus or input, so the drag of another application's
 // window goes on underneath. It hosts the view, places itself and fades in; the view
-// model follows the zone gesture while the window is shown.
+// model follows the zone gesture while the window is on the screen (see appear()).
 class ZonesWindow final : public QWidget
 {
     Q_OBJECT
@@ -36,6 +36,18 @@ public:
     // The visible frame it was placed over, in desktop space.
     const QRect& desktopFrame() const { return m_desktopFrame; }
 
+    // Shows the window, or brings a parked one back; either way the view model follows
+    // the gesture and the fade-in starts over.
+    void appear();
+    // Takes the window off the screen. While a compositor blends it, a translucent
+    // window is only parked: it stays mapped, fully transparent and click-through. Mapping
+    // it again would make the X server allocate the window's pixmap anew and fill it
+    // from the screen, which is most of the time it takes to appear with a compositor.
+    void disappear();
+    bool isParked() const { return m_parked; }
+    // On the screen for the user: shown and not parked.
+    bool isShowing() const { return isVisible() && !m_parked; }
+
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
@@ -44,10 +56,13 @@ protected:
 private:
     void setTranslucent(bool translucent);
     void updateMask();
+    void startShowing();
+    void stopShowing();
 
     QRect m_desktopFrame;
     const DesktopEffects& m_effects;
     ZonesViewModel* m_viewModel; // child QObject
     ZonesView* m_view;
     QPropertyAnimation* m_fadeIn;
+    bool m_parked = false;
 };

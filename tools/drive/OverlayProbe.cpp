@@ -51,6 +51,10 @@ QList<OverlayProbe::Overlay> OverlayProbe::mapped()
             continue;
         if (m_ownerPid > 0 && m_desktop.property32(window, "_NET_WM_PID") != QList<quint32> {quint32(m_ownerPid)})
             continue;
+        // Fully transparent to the compositor: a window parked between gestures, or one
+        // whose fade-in has not begun.
+        if (m_desktop.property32(window, "_NET_WM_WINDOW_OPACITY") == QList<quint32> {0})
+            continue;
         Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
         if (!geometry)
             continue;
@@ -105,7 +109,8 @@ std::optional<QRect> OverlayProbe::trayIcon()
                     continue;
                 Reply<xcb_get_window_attributes_reply_t> attributes(
                     xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-                Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+                Reply<xcb_get_geometry_reply_t> geometry(
+                    xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
                 if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE || !geometry || geometry->width > 64
                     || geometry->height > 64)
                     continue;

@@ -13,7 +13,7 @@
 class VirtualDesktop;
 
 // Parqueta's zone overlays as another client of the X server sees them: the mapped
-// override-redirect top-level windows titled "Parqueta zones" (or another title, for the
+// override-redirect top-level windows titled "Parqueta zones", not at opacity 0 (or another title, for the
 // layout editor and the borders flash). Looks through the
 // desktop harness's own connection; nothing here depends on the program's internals.
 class OverlayProbe final

@@ -344,14 +344,25 @@ TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillF
     overlay.reset();
     EXPECT_TRUE(engine.observers.empty()) << "a hidden overlay follows no gesture";
     EXPECT_EQ(factory.keptCount(), 1);
+    // With a compositor the window stays mapped, out of sight by its opacity and its pixels.
+    EXPECT_TRUE(first->isVisible() && first->isParked());
+    EXPECT_FALSE(first->isShowing());
+    EXPECT_EQ(first->windowOpacity(), 0.0);
+    EXPECT_TRUE(waitFor([&] { return pixel(first->view(), interior(1)).alpha() == 0; }));
 
     engine.hits.clear();
     overlay = factory.createOverlay(screen, layout);
     overlay->show();
     EXPECT_EQ(zonesWindows(), QList<ZonesWindow*> {first});
+    EXPECT_TRUE(first->isShowing());
+    EXPECT_NE(pixel(first->view(), interior(1)).alpha(), 0) << "the zones are drawn again";
     EXPECT_TRUE(highlighted().isEmpty()) << "the last gesture's highlight is gone";
     EXPECT_TRUE(engine.observers.contains(&first->viewModel()));
     overlay.reset();
+    // The compositor goes: transparent pixels would turn black, so the window is unmapped.
+    effects.setTranslucent(false);
+    EXPECT_FALSE(first->isVisible());
+    effects.setTranslucent(true);
 
     overlay = factory.createOverlay(screen, defaultLayout(DefaultLayoutType::vertical, screen, screens));
     waitFor([] { return true; });
@@ -360,6 +371,14 @@ TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillF
     EXPECT_NE(second, first) << "another layout, another window";
     overlay.reset();
     EXPECT_TRUE(waitFor([] { return zonesWindows().isEmpty(); })) << "deleted once nobody asked for it";
+
+    effects.setTranslucent(false);
+    overlay = factory.createOverlay(screen, layout);
+    overlay->show();
+    ZonesWindow* shaped = zonesWindows().value(0);
+    ASSERT_NE(shaped, nullptr);
+    overlay.reset();
+    EXPECT_FALSE(shaped->isVisible()) << "without a compositor a kept window is hidden, never parked";
 
     displays.setDisplays({});
     EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
