@@ -23,6 +23,7 @@
 
 #include <QCoreApplication>
 #include <QMap>
+#include <QProcess>
 
 #include <algorithm>
 #include <cstdio>
@@ -104,6 +105,42 @@ void measureIdle(ParquetaProcess& parqueta, int seconds, const char* title)
         std::printf("  threads that woke: %s\n", qPrintable(busy.join(QStringLiteral(", "))));
     std::printf("  resident memory %s\n", qPrintable(residentText(*after)));
     std::fflush(stdout);
+}
+
+// The same desktop without Parqueta: a trivial Qt Widgets program with a tray icon and
+// one plain window per overlay frame (bench_floor_tray, beside this program).
+void measureFloor(const QList<QRect>& frames)
+{
+    std::printf("\nThe floor: a trivial Qt Widgets program with a tray icon, and windows of the overlays' frames "
+                "and flags\n");
+    if (frames.isEmpty()) {
+        std::printf("  not measured: no overlay was seen\n");
+        return;
+    }
+    QStringList arguments;
+    for (const QRect& r : frames)
+        arguments << QStringLiteral("--frame")
+                  << QStringLiteral("%1,%2,%3,%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+    QProcess floor;
+    floor.start(QCoreApplication::applicationDirPath() + QStringLiteral("/bench_floor_tray"), arguments);
+    if (!floor.waitForFinished(30000) || floor.exitCode() != 0) {
+        std::printf("  bench_floor_tray failed: %s\n", qPrintable(floor.errorString()));
+        floor.kill();
+        return;
+    }
+    const char* titles[] = {"idle, its tray icon shown", "the windows shown and painted", "the windows hidden again"};
+    int stage = 0;
+    for (const QByteArray& line : floor.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> kb = line.split(' ');
+        if (kb.size() != 5 || stage >= 3)
+            continue;
+        ProcessSample sample;
+        sample.rssBytes = kb[1].toLongLong() * 1024;
+        sample.rssAnonBytes = kb[2].toLongLong() * 1024;
+        sample.rssFileBytes = kb[3].toLongLong() * 1024;
+        sample.rssShmemBytes = kb[4].toLongLong() * 1024;
+        std::printf("  %s: resident %s\n", titles[stage++], qPrintable(residentText(sample)));
+    }
 }
 
 } // namespace
@@ -193,6 +230,7 @@ int main(int argc, char** argv)
     std::vector<double> snapUs;
     std::vector<qint64> rss;
     int wrong = 0, noOverlay = 0;
+    QList<QRect> overlayFrames; // as the first gesture showed them
     std::printf("\nGestures: Shift-drag the client into zone 1 and 2 of LEFT by turns, %d times\n", gestures);
     for (int i = 0; i < gestures; ++i) {
         const DesktopZone& zone = left[i % 2];
@@ -203,6 +241,8 @@ int main(int argc, char** argv)
         options.stepDelayMs = 3;
         options.raiseFirst = false;
         options.beforeRelease = [&] {
+            if (overlayFrames.isEmpty())
+                overlayFrames = overlays.mappedGeometries();
             watcher.clear();
             released = Clock::now();
         };
@@ -237,8 +277,9 @@ int main(int argc, char** argv)
     measureIdle(parqueta, 12, "Right after the gestures (hidden overlays released within)");
     measureIdle(parqueta, std::min(idleSeconds, 20), "Idle after the gestures");
     const std::optional<int> exitCode = parqueta.terminate();
-    VirtualDesktop::setShared(nullptr);
     std::printf(
         "\nparqueta exited with %s\n", exitCode ? qPrintable(QString::number(*exitCode)) : "a signal or not at all");
+    measureFloor(overlayFrames);
+    VirtualDesktop::setShared(nullptr);
     return 0;
 }

@@ -5,9 +5,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QLoggingCategory>
-#include <QEventLoop>
 #include <QTimer>
 
 #include <algorithm>
@@ -149,8 +149,7 @@ bool runUntil(const std::function<bool()>& done, int timeoutMs)
 
 SendTimes::SendTimes(size_t capacity)
     : m_stamps(capacity)
-{
-}
+{ }
 
 void SendTimes::stamp(long i)
 {

@@ -48,7 +48,7 @@ SoftwareUpdater::SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const 
     , m_runningVersion(runningVersion)
     , m_systemVersion(systemVersion)
     , m_unavailableReason(unusableReason(feedUrl))
-    , m_network(network ? network : new QNetworkAccessManager(this))
+    , m_network(network)
 {
     if (m_feedUrl.isEmpty())
         qCInfo(lcUpdates).noquote() << "Update checks are off:" << m_unavailableReason;
@@ -207,6 +207,10 @@ void SoftwareUpdater::start(bool interactive)
 
     qCInfo(lcUpdates).noquote() << (interactive ? "Checking" : "Checking in the background") << "for updates at"
                                 << m_feedUrl.toDisplayString();
+    // Made for the first check, not at launch: most runs never check, and a network
+    // manager brings in the proxy and authentication code with it (about 1.5 MB resident).
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
     QNetworkReply* reply = m_network->get(request);
     m_reply = reply;
     connect(reply, &QNetworkReply::redirected, this, &SoftwareUpdater::onRedirected);

@@ -53,7 +53,8 @@ public:
     SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const QString& runningVersion,
         QNetworkAccessManager* network = nullptr, const QString& systemVersion = {}, QObject* parent = nullptr);
     // Over the system's update framework, which reads its feed address from the bundle.
-    SoftwareUpdater(Settings& settings, NativeUpdater& native, const QString& runningVersion, QObject* parent = nullptr);
+    SoftwareUpdater(
+        Settings& settings, NativeUpdater& native, const QString& runningVersion, QObject* parent = nullptr);
     ~SoftwareUpdater() override;
 
     // The framework answers the user in windows of its own: no dialog should wait for
@@ -107,7 +108,7 @@ private:
     QString m_runningVersion;
     QString m_systemVersion;
     QString m_unavailableReason;
-    QNetworkAccessManager* m_network;
+    QNetworkAccessManager* m_network; // made by the first check unless one was given
     QPointer<QNetworkReply> m_reply;
     QTimer m_deadline;
     QTimer m_schedule;
