@@ -65,9 +65,11 @@ echo "== bench_gesture with picom (xrender backend, no vsync): overlay and the f
 run "$build/bench/bench_gesture" --reps "$reps" --sections of --compositor picom
 
 echo
-echo "== bench_gesture with 64 zones per screen (overlay, highlight, events), without and with xcompmgr"
-run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh
+echo "== bench_gesture with 64 zones per screen (overlay, highlight, events; the X server under the same shapes"
+echo "   without Parqueta), without a compositor, with xcompmgr and with picom"
+run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections ohb
 run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor xcompmgr
+run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor picom
 
 echo
 echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"
@@ -77,7 +79,7 @@ echo "== bench_settings: settings window shown (first and again), memory after c
 run "$build/bench/bench_settings" --reps "$((reps / 2))" --idle "$editor_idle"
 
 echo
-echo "== bench_process: the real parqueta executable (start-up, idle, memory, snaps from outside)"
+echo "== bench_process: the real parqueta executable (start-up, idle, memory, snaps from outside; the memory floor)"
 run "$build/bench/bench_process" --starts "$starts" --idle "$idle" --gestures "$gestures" --snaps "$reps"
 echo "== bench_replug: RIGHT unplugged and plugged back with 50 windows remembered on it (real executable, frames from outside)"
 run "$build/bench/bench_replug" --windows 50 --reps "$replugs"
