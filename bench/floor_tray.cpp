@@ -1,15 +1,14 @@
 // The floor for Parqueta's resident memory: the least a Qt Widgets program with a tray
 // icon and the same overlay windows holds on this desktop. bench_process starts it on its
-// virtual desktop, after Parqueta, and prints what it reports.
+// virtual desktop, after Parqueta, and samples it from outside as it samples Parqueta.
 //
 //   bench_floor_tray --frame X,Y,W,H [--frame ...]
 //
-// It shows its tray icon, waits, reports; shows one window per frame (the overlays'
-// flags, opaque, filled), waits until all are painted, reports; hides them, reports; and
-// quits. A report is one line on stdout: "<stage> <VmRSS> <RssAnon> <RssFile> <RssShmem>",
-// in kB, read from /proc/self/status.
+// It shows its tray icon; shows one window per frame (the overlays' flags, opaque,
+// filled) and waits until all are painted; hides them. After each of these it prints
+// the stage ("idle", "shown", "hidden") on a line of its own and waits for a line on
+// stdin, during which it is sampled.
 #include <QApplication>
-#include <QFile>
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
@@ -18,7 +17,9 @@
 
 #include <cstdio>
 #include <functional>
+#include <iostream>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
@@ -44,29 +45,6 @@ protected:
     }
 };
 
-void report(const char* stage)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return;
-    long long rss = 0, anon = 0, file = 0, shmem = 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        const QList<QByteArray> parts = line.simplified().split(' ');
-        if (parts.size() < 2)
-            continue;
-        if (parts[0] == "VmRSS:")
-            rss = parts[1].toLongLong();
-        else if (parts[0] == "RssAnon:")
-            anon = parts[1].toLongLong();
-        else if (parts[0] == "RssFile:")
-            file = parts[1].toLongLong();
-        else if (parts[0] == "RssShmem:")
-            shmem = parts[1].toLongLong();
-    }
-    std::printf("%s %lld %lld %lld %lld\n", stage, rss, anon, file, shmem);
-    std::fflush(stdout);
-}
-
 // Runs the event loop for ms, or until done() holds when given.
 void wait(int ms, const std::function<bool()>& done = {})
 {
@@ -84,6 +62,15 @@ void wait(int ms, const std::function<bool()>& done = {})
         poll.start(5);
     }
     loop.exec();
+}
+
+// Announces the stage and holds still until the sampler is done.
+void stage(const char* name)
+{
+    std::printf("%s\n", name);
+    std::fflush(stdout);
+    std::string line;
+    std::getline(std::cin, line);
 }
 
 } // namespace
@@ -108,7 +95,7 @@ int main(int argc, char** argv)
     QSystemTrayIcon tray {QIcon(pixmap)};
     tray.show();
     wait(2000);
-    report("idle");
+    stage("idle");
 
     std::vector<std::unique_ptr<PlainWindow>> windows;
     for (const QRect& frame : frames) {
@@ -122,11 +109,10 @@ int main(int argc, char** argv)
         return true;
     });
     wait(500);
-    report("shown");
-
+    stage("shown");
     for (const auto& window : windows)
         window->hide();
     wait(500);
-    report("hidden");
+    stage("hidden");
     return 0;
 }

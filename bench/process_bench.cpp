@@ -123,24 +123,24 @@ void measureFloor(const QList<QRect>& frames)
                   << QStringLiteral("%1,%2,%3,%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
     QProcess floor;
     floor.start(QCoreApplication::applicationDirPath() + QStringLiteral("/bench_floor_tray"), arguments);
-    if (!floor.waitForFinished(30000) || floor.exitCode() != 0) {
-        std::printf("  bench_floor_tray failed: %s\n", qPrintable(floor.errorString()));
-        floor.kill();
-        return;
-    }
     const char* titles[] = {"idle, its tray icon shown", "the windows shown and painted", "the windows hidden again"};
-    int stage = 0;
-    for (const QByteArray& line : floor.readAllStandardOutput().split('\n')) {
-        const QList<QByteArray> kb = line.split(' ');
-        if (kb.size() != 5 || stage >= 3)
-            continue;
-        ProcessSample sample;
-        sample.rssBytes = kb[1].toLongLong() * 1024;
-        sample.rssAnonBytes = kb[2].toLongLong() * 1024;
-        sample.rssFileBytes = kb[3].toLongLong() * 1024;
-        sample.rssShmemBytes = kb[4].toLongLong() * 1024;
-        std::printf("  %s: resident %s\n", titles[stage++], qPrintable(residentText(sample)));
+    for (const char* title : titles) {
+        // The program names each stage, then waits for a line while it is sampled.
+        while (!floor.canReadLine() && floor.waitForReadyRead(15000)) { }
+        const std::optional<ProcessSample> sample = ProcessSample::of(pid_t(floor.processId()));
+        if (!floor.canReadLine() || !sample) {
+            std::printf("  bench_floor_tray stopped answering: %s\n", qPrintable(floor.errorString()));
+            floor.kill();
+            floor.waitForFinished(2000);
+            return;
+        }
+        floor.readLine();
+        std::printf("  %s: resident %s\n", title, qPrintable(residentText(*sample)));
+        floor.write("\n");
     }
+    floor.closeWriteChannel();
+    if (!floor.waitForFinished(10000))
+        floor.kill();
 }
 
 } // namespace

@@ -19,9 +19,10 @@ class ZonesWindow;
 //
 // A dropped overlay's window is hidden (or, with a compositor, parked: see
 // ZonesWindow::disappear()) and kept for a while: the next gesture on the same screen,
-// with the same layout and frame, shows it again instead of creating a native window and
-// its backing store, which is most of the time it takes an overlay to appear. Kept windows are deleted once nothing has
-// asked for them for keepHiddenMs, so an idle Parqueta holds no overlay memory and no timer.
+// with the same layout and frame, shows it again instead of creating a native window
+// and its backing store, which is most of the time it takes an overlay to appear. Kept
+// windows are deleted once nothing has asked for them for keepHiddenMs, so an idle
+// Parqueta holds no overlay memory and no timer.
 //
 // The engine the overlays talk to is ZoneManager itself, which needs this factory to be
 // constructed; so the engine is handed over afterwards:
@@ -45,7 +46,7 @@ public:
     // Nothing when the screen's display is not connected (or no engine was set).
     std::unique_ptr<OverlayWindow> createOverlay(const Screen& screen, std::shared_ptr<Layout> layout) override;
 
-    // Hidden windows waiting for the next gesture.
+    // Windows off the screen waiting for the next gesture.
     int keptCount() const;
 
     // Takes back the window of a dropped overlay (already off the screen).

@@ -13,8 +13,8 @@
 class VirtualDesktop;
 
 // Parqueta's zone overlays as another client of the X server sees them: the mapped
-// override-redirect top-level windows titled "Parqueta zones", not at opacity 0 (or another title, for the
-// layout editor and the borders flash). Looks through the
+// override-redirect top-level windows titled "Parqueta zones" (or another title, for the
+// layout editor and the borders flash) whose opacity is not 0. Looks through the
 // desktop harness's own connection; nothing here depends on the program's internals.
 class OverlayProbe final
 {

@@ -193,7 +193,11 @@ int ParquetaProcess::logCount(const QString& text) const
 
 std::optional<ProcessSample> ParquetaProcess::sample() const
 {
-    const pid_t pid = m_process->pid();
+    return ProcessSample::of(m_process->pid());
+}
+
+std::optional<ProcessSample> ProcessSample::of(pid_t pid)
+{
     if (pid <= 0)
         return std::nullopt;
     QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));

@@ -26,6 +26,9 @@ struct ProcessSample
     qint64 involuntarySwitches = 0;
 
     qint64 contextSwitches() const { return voluntarySwitches + involuntarySwitches; }
+
+    // Any running process's, from /proc/<pid>/stat and /proc/<pid>/status.
+    static std::optional<ProcessSample> of(pid_t pid);
 };
 
 // What a launch that ended printed, and its exit code.
