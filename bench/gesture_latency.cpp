@@ -61,6 +61,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <map>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -149,6 +150,7 @@ struct ZoneTarget
 {
     QPointF center; // desktop space
     QRect frame; // where a window snapped into it goes, desktop space
+    QRectF rect; // the zone itself, desktop space
 };
 
 } // namespace
@@ -234,8 +236,23 @@ int main(int argc, char** argv)
     for (const std::shared_ptr<Zone>& zone : layout->zones()) {
         const QRectF rect = *screens.layoutToDesktop(*left, zone->rect());
         const QRectF frame = *screens.layoutToDesktop(*left, zone->visibleFrame(settings.effectiveGap(), screens));
-        targets.push_back({rect.center(), frame.toRect()});
+        targets.push_back({rect.center(), frame.toRect(), rect});
     }
+    // The drag at a fixed rate: legs of 400 one-pixel steps over the border of the first
+    // two zones, kept on the layout (with 64 zones the first zone is narrower than that).
+    double layoutLeft = targets[0].rect.left();
+    for (const ZoneTarget& target : targets)
+        layoutLeft = std::min(layoutLeft, target.rect.left());
+    const double border = (targets[0].frame.right() + targets[1].frame.left()) / 2.0;
+    const QPoint start(std::max(qRound(border) - 200, qRound(layoutLeft) + 1), qRound(targets[0].center.y()));
+    // The zone under the path at this x, -1 in a gap.
+    const auto zoneOnPath = [&](int x) {
+        for (size_t i = 0; i < targets.size(); ++i) {
+            if (targets[i].rect.contains(QPointF(x + 0.5, start.y() + 0.5)))
+                return int(i);
+        }
+        return -1;
+    };
     const int screenCount = static_cast<int>(screens.screens().size());
     std::printf("Openbox%s%s%s, %d screens, left layout with %zu zones, %d repetitions\n",
         *compositor == CompositorKind::None ? " (" : " + ", Bench::compositorName(*compositor),
@@ -376,15 +393,27 @@ int main(int argc, char** argv)
             std::printf("  %d moves changed no highlight within 1 s\n", missed);
 
         // Motion at a fixed rate across the border of the first two zones.
-        const double border = (targets[0].frame.right() + targets[1].frame.left()) / 2.0;
-        const QPoint start(qRound(border) - 200, qRound(targets[0].center.y()));
         std::atomic<long> sent {0};
         std::atomic<bool> stop {false};
         motionUs.clear();
         recordMotion = true;
+        // Motion that piles up is handled as one step at the latest pointer, so handled
+        // steps are not counted against events sent: each step is placed by the pointer
+        // position it acted on (Parqueta's own reading, kept for the event, no round trip
+        // of the probe's), as the latest driver event that leaves the pointer there.
         std::vector<long> lag;
-        const QMetaObject::Connection lagProbe = QObject::connect(
-            &input, &GlobalInput::pointerMotion, [&] { lag.push_back(sent.load() - long(motionUs.size())); });
+        long reflected = 0;
+        const QMetaObject::Connection lagProbe = QObject::connect(&input, &GlobalInput::pointerMotion, [&] {
+            const long now = sent.load();
+            const int x = qRound(input.pointerLocation().x());
+            // The server may have moved the pointer for an event whose XTest request has
+            // not come back to the driver yet: one ahead of the count.
+            long k = now + 1;
+            while (k > 0 && k > now - 800 && start.x() + Bench::motionOffset(k - 1) != x)
+                --k;
+            reflected = std::max(reflected, std::min(k, now));
+            lag.push_back(std::max(0L, now - k));
+        });
         const long changes0 = highlightChanges;
         const double cpu0 = Bench::threadCpuSeconds();
         Bench::RoundTripProbe serverProbe;
@@ -393,7 +422,7 @@ int main(int argc, char** argv)
         pump(seconds * 1000);
         stop.store(true);
         driver.join();
-        Bench::runUntil([&] { return long(motionUs.size()) >= sent.load(); }, 30000);
+        Bench::runUntil([&] { return reflected >= sent.load(); }, 30000);
         const double cpu = Bench::threadCpuSeconds() - cpu0;
         // The driver's last event went out `seconds` after it started.
         const double drainMs = Bench::microseconds(driverStarted + std::chrono::seconds(seconds), Clock::now()) / 1000;
@@ -405,9 +434,12 @@ int main(int argc, char** argv)
         Bench::print("raw motion -> every observer done", Bench::stats(motionUs));
         Bench::print("the server meanwhile: a bare client's round trip", Bench::stats(serverProbe.stop()));
         const long maxLag = lag.empty() ? 0 : *std::max_element(lag.begin(), lag.end());
-        std::printf("  sent %ld, handled %zu, the last %.1f ms after it was sent; %ld highlight changes\n", sent.load(),
-            motionUs.size(), drainMs, highlightChanges - changes0);
-        std::printf("  backlog: at most %ld events sent but not yet handled (XTest in flight included)\n", maxLag);
+        std::printf("  sent %ld, %zu drag steps handled (motion that piled up is one step), the last event %.1f ms "
+                    "after it was sent; %ld highlight changes\n",
+            sent.load(), motionUs.size(), drainMs, highlightChanges - changes0);
+        std::printf("  backlog: at most %ld events sent but not yet in the pointer a handled step acted on (XTest in "
+                    "flight included)\n",
+            maxLag);
         std::printf("  main-thread CPU: %.1f%% of one core, %.1f us per handled motion event (repaints included)\n",
             100.0 * cpu / seconds, motionUs.empty() ? 0.0 : cpu * 1e6 / static_cast<double>(motionUs.size()));
 
@@ -418,28 +450,39 @@ int main(int argc, char** argv)
 
     // --- The server's own floor under the overlays' shapes ---------------------------------
     if (sections.contains('b')) {
-        // The shapes zone mode gives the overlays with the first and with the second zone
-        // lit, taken off the real overlays; then the overlays go and bare windows take
-        // their place.
+        // The shapes zone mode gives the overlays with each zone lit that the drag's path
+        // crosses and with the first two (the highlight step's), taken off the real
+        // overlays; then the overlays go and bare windows take their place.
         beginDrag();
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        std::map<int, QPoint> litAt {{1, targets[1].center.toPoint()}, {0, targets[0].center.toPoint()}};
+        for (int x = start.x() + 1; x <= start.x() + 400; ++x) {
+            const int zone = zoneOnPath(x);
+            if (zone >= 0 && !litAt.count(zone))
+                litAt[zone] = QPoint(x + 20, start.y());
+        }
         std::vector<Bench::ShapedFrame> frames;
-        std::vector<QRegion> lit[2];
+        std::map<int, std::vector<QRegion>> lit;
         int rectangles = 0;
-        for (const int zone : {1, 0}) {
-            xtest.moveTo(qRound(targets[size_t(zone)].center.x()), qRound(targets[size_t(zone)].center.y()));
+        for (const auto& [zone, at] : litAt) {
+            xtest.moveTo(at.x(), at.y());
             pump(100);
             for (ZonesWindow* window : visibleOverlays()) {
                 // Qt's mask is in its own pixels; these are the server's.
                 if (window->devicePixelRatio() != 1 || window->mask().isEmpty())
                     continue;
                 lit[zone].push_back(window->mask());
-                if (zone == 0) {
-                    frames.push_back({window->desktopFrame(), window->mask()});
-                    rectangles += window->mask().rectCount();
-                }
             }
+        }
+        // The bare windows start as the overlays are where the drag starts.
+        const int firstZone = std::max(0, zoneOnPath(start.x()));
+        size_t shapeIndex = 0;
+        for (ZonesWindow* window : visibleOverlays()) {
+            if (window->devicePixelRatio() != 1 || window->mask().isEmpty() || shapeIndex >= lit[firstZone].size())
+                continue;
+            frames.push_back({window->desktopFrame(), lit[firstZone][shapeIndex]});
+            rectangles += lit[firstZone][shapeIndex++].rectCount();
         }
         xtest.keyUp(kShift);
         pump(20);
@@ -454,8 +497,6 @@ int main(int argc, char** argv)
             = xcb_query_tree_reply(qtConnection, xcb_query_tree(qtConnection, client), nullptr);
         const xcb_window_t frame = tree ? tree->parent : client;
         std::free(tree);
-        const double border = (targets[0].frame.right() + targets[1].frame.left()) / 2.0;
-        const QPoint start(qRound(border) - 200, qRound(targets[0].center.y()));
         std::printf(
             "\nThe X server without Parqueta, in the same drag: nothing over the desktop, then bare windows with "
             "the overlays' frames and shapes%s\n",
@@ -477,29 +518,48 @@ int main(int argc, char** argv)
             std::atomic<bool> stop {false};
             Bench::RoundTripProbe probe;
             std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000);
-            pump(seconds * 1000);
+            // The lit zone follows the pointer along the path, as in zone mode (the
+            // pointer's place is known from the events sent: no round trip for it).
+            int litZone = firstZone;
+            int flips = 0;
+            const Clock::time_point driveEnd = Clock::now() + std::chrono::milliseconds(seconds * 1000);
+            while (Clock::now() < driveEnd) {
+                const long n = sent.load();
+                const int zone = zoneOnPath(n > 0 ? start.x() + Bench::motionOffset(n - 1) : start.x());
+                if (windows && zone >= 0 && zone != litZone && lit.count(zone)) {
+                    windows->reshape(lit[zone]);
+                    litZone = zone;
+                    ++flips;
+                }
+                pump(1);
+            }
             stop.store(true);
             driver.join();
             Bench::print("    motion at the rate: a bare client's round trip", Bench::stats(probe.stop()));
             std::printf("    motion events XTest got through: %ld of %d; the window manager moved the window %zu "
-                        "times\n",
-                sent.load(), rate * seconds, moves.times().size());
+                        "times; %d highlight steps\n",
+                sent.load(), rate * seconds, moves.times().size(), flips);
             // The highlight's step: the pointer into the other zone (the window manager
             // moves the window there), then the shapes as Parqueta would set them.
             std::vector<double> stepUs;
             for (int i = 0; i < reps; ++i) {
                 const size_t zone = size_t(i % 2);
+                const size_t movesBefore = moves.times().size();
                 const Clock::time_point t0 = Clock::now();
                 xtest.moveTo(qRound(targets[zone].center.x()), qRound(targets[zone].center.y()));
                 if (windows)
-                    windows->reshape(lit[zone]);
-                else
-                    Bench::PaintClock::syncWithServer();
+                    windows->reshape(lit[int(zone)]);
+                // The window manager's move of the dragged window under the new shapes
+                // belongs to the step: the server does it before answering anyone else.
+                const Clock::time_point giveUp = Clock::now() + std::chrono::milliseconds(200);
+                while (moves.times().size() == movesBefore && Clock::now() < giveUp)
+                    std::this_thread::yield();
+                Bench::PaintClock::syncWithServer();
                 stepUs.push_back(Bench::microseconds(t0, Clock::now()));
                 pump(5);
             }
-            Bench::print(shaped ? "    pointer into the other zone -> the new shapes set by the server"
-                                : "    pointer into the other zone -> a round trip",
+            Bench::print(shaped ? "    pointer into the other zone -> window moved, new shapes set"
+                                : "    pointer into the other zone -> window moved",
                 Bench::stats(stepUs), true);
             windows.reset();
             pump(100);

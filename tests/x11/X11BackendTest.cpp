@@ -15,6 +15,7 @@
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11DesktopEffects.h"
 #include "platform/x11/X11DisplayServer.h"
+#include "platform/x11/X11GlobalInput.h"
 #include "platform/x11/X11HotkeyBackend.h"
 #include "platform/x11/X11WindowControl.h"
 #include "views/ZoneOverlayEngine.h"
@@ -428,6 +429,45 @@ TEST_F(X11Test, OverlayIsTranslucentWithACompositorAndElseShapedAroundAWindowTha
     EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return near(pixel(inZoneOne), QColor(130, 200, 145)); }))
         << pixel(inZoneOne).name().toStdString();
     EXPECT_EQ(desktop.deepestWindowUnderPointer(), beneath);
+}
+
+// Motion that piles up while the program is busy, or the server slow to answer, is one
+// drag step at the pointer's latest position, and never merges across a button change.
+TEST_F(X11Test, PiledUpDragMotionIsOneStepAtTheLatestPointerInOrderWithTheButtons)
+{
+    X11GlobalInput input(connection);
+    QStringList seen;
+    QObject::connect(&input, &GlobalInput::leftButtonDown, [&] { seen << "down"; });
+    QObject::connect(&input, &GlobalInput::leftButtonUp, [&] { seen << "up"; });
+    QObject::connect(&input, &GlobalInput::pointerMotion, [&] {
+        const QPointF at = input.pointerLocation();
+        seen << QStringLiteral("motion %1,%2").arg(at.x()).arg(at.y());
+    });
+    ASSERT_TRUE(input.start());
+    xtest.moveTo(200, 200);
+    // Nothing is dispatched until the server has sent every event of a phase.
+    const auto deliver = [&] {
+        connection.sync();
+        connection.processEvents();
+    };
+    deliver();
+    seen.clear();
+
+    xtest.press(1);
+    for (int i = 0; i < 40; ++i)
+        xtest.moveBy(2, 1);
+    deliver();
+    EXPECT_EQ(seen, QStringList({"down", "motion 280,240"}));
+
+    seen.clear();
+    for (int i = 0; i < 3; ++i)
+        xtest.moveBy(1, 0);
+    xtest.release(1);
+    xtest.moveBy(5, 5); // no button held: no drag step
+    deliver();
+    // The pointer is read when the step is handled, after the last move.
+    EXPECT_EQ(seen, QStringList({"motion 288,245", "up"}));
+    input.stop();
 }
 
 } // namespace

@@ -21,6 +21,9 @@ namespace {
 // and quits in order (settings written) instead of vanishing mid-loop.
 constexpr char kQtConnectionBroke[] = "The X11 connection broke";
 X11Connection* g_watchingQt = nullptr;
+// Bounds the memory of one read when a flood of events arrives; the rest follows in the
+// next batch.
+constexpr size_t kBatchLimit = 512;
 QtMessageHandler g_nextMessageHandler = nullptr;
 
 void watchQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
@@ -83,6 +86,8 @@ X11Connection::~X11Connection()
         g_watchingQt = nullptr;
         g_nextMessageHandler = nullptr;
     }
+    for (xcb_generic_event_t* event : m_pending)
+        std::free(event);
     if (m_ewmhReady)
         xcb_ewmh_connection_wipe(&m_ewmh);
     if (m_connection)
@@ -213,12 +218,31 @@ void X11Connection::processEvents()
 {
     if (!isValid())
         return;
-    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+    for (;;) {
+        if (m_pending.empty()) {
+            while (m_pending.size() < kBatchLimit) {
+                xcb_generic_event_t* event = xcb_poll_for_event(m_connection);
+                if (!event)
+                    break;
+                m_pending.push_back(event);
+            }
+            if (m_pending.empty())
+                break;
+        }
+        xcb_generic_event_t* event = m_pending.front();
+        m_pending.pop_front();
         dispatch(event);
         std::free(event);
     }
     checkConnection();
     flush();
+}
+
+const xcb_generic_event_t* X11Connection::nextEvent() const
+{
+    if (m_dispatchDepth == 0 || m_pending.empty())
+        return nullptr;
+    return m_pending.front();
 }
 
 void X11Connection::dispatch(xcb_generic_event_t* event)

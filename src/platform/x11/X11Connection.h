@@ -9,6 +9,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -78,8 +79,13 @@ public:
 
     void flush();
     // Reads and dispatches everything pending, including events xcb queued while a
-    // reply was awaited (those never wake the socket notifier).
+    // reply was awaited (those never wake the socket notifier). Everything readable is
+    // read before the first event is dispatched, so a handler can see what follows.
     void processEvents();
+    // While an event is dispatched: the one read after it and not yet dispatched, if any.
+    // A handler drops an event that a later one supersedes (pointer motion, when the
+    // server is slow to answer and motion piles up).
+    const xcb_generic_event_t* nextEvent() const;
     // Round trip to the server: every earlier request has been handled afterwards.
     void sync();
 
@@ -125,6 +131,9 @@ private:
     std::vector<X11EventHandler*> m_handlers;
     QSocketNotifier* m_notifier = nullptr;
     int m_dispatchDepth = 0;
+    // Read from the socket, not yet dispatched. Shared by nested calls of processEvents()
+    // (a handler's nested event loop), so events are always dispatched in order.
+    std::deque<xcb_generic_event_t*> m_pending;
     quint64 m_dispatchSerial = 0;
     // The reading kept for the event with this dispatch serial.
     mutable std::optional<std::pair<quint64, PointerReading>> m_pointerOfEvent;

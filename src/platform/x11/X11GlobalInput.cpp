@@ -147,6 +147,14 @@ void X11GlobalInput::updateModifiers()
     Q_EMIT modifiersChanged(modifiers);
 }
 
+bool X11GlobalInput::isRawMotion(const xcb_generic_event_t* event) const
+{
+    if (!event || (event->response_type & ~0x80) != XCB_GE_GENERIC)
+        return false;
+    const auto* generic = reinterpret_cast<const xcb_ge_generic_event_t*>(event);
+    return generic->extension == m_opcode && generic->event_type == XCB_INPUT_RAW_MOTION;
+}
+
 bool X11GlobalInput::handleX11Event(xcb_generic_event_t* event)
 {
     const uint8_t type = event->response_type & ~0x80;
@@ -163,7 +171,11 @@ bool X11GlobalInput::handleX11Event(xcb_generic_event_t* event)
 
     switch (generic->event_type) {
     case XCB_INPUT_RAW_MOTION:
-        if (m_leftDown)
+        // Observers read the pointer themselves, so motion followed by more motion tells
+        // them nothing the later one will not. Handling each would cost a round trip per
+        // event, and when the X server is slow to answer (a window dragged under a large
+        // shaped overlay) the drag would fall ever further behind the pointer.
+        if (m_leftDown && !isRawMotion(m_connection.nextEvent()))
             Q_EMIT pointerMotion();
         return true;
     case XCB_INPUT_RAW_BUTTON_PRESS: {

@@ -34,6 +34,7 @@ private:
     };
 
     bool handleX11Event(xcb_generic_event_t* event) override;
+    bool isRawMotion(const xcb_generic_event_t* event) const;
     bool selectRawEvents(uint32_t mask);
     std::optional<PointerState> queryPointer() const;
     void readButtonMapping();
