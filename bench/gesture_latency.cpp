@@ -108,11 +108,16 @@ public:
         setGeometry(frame);
     }
     bool painted = false;
+    QRect lit; // a part filled in another colour, in the window's coordinates
 
 protected:
     void paintEvent(QPaintEvent*) override
     {
-        QPainter(this).fillRect(rect(), QColor(40, 80, 200, 128));
+        QPainter painter(this);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(rect(), QColor(40, 80, 200, 128));
+        if (!lit.isEmpty())
+            painter.fillRect(lit, QColor(40, 200, 80, 160));
         painted = true;
     }
 };
@@ -365,30 +370,45 @@ int main(int argc, char** argv)
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
         pump(50);
         long highlightChanges = 0;
+        Clock::time_point flippedAt;
         for (ZonesWindow* window : visibleOverlays())
             QObject::connect(&window->viewModel(), &ZonesViewModel::zoneHighlightChanged, window,
-                [&highlightChanges] { ++highlightChanges; });
+                [&highlightChanges, &flippedAt] {
+                    if (++highlightChanges % 2 == 1)
+                        flippedAt = Clock::now();
+                });
 
         // Start in the second zone, so every move below changes the highlight.
         xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
         pump(50);
-        std::vector<double> highlightUs;
+        std::vector<double> highlightUs, seenUs, flippedUs;
         int missed = 0;
         for (int i = 0; i < reps; ++i) {
             const ZoneTarget& target = targets[static_cast<size_t>(i % 2)];
             const long changesBefore = highlightChanges;
-            const std::optional<double> us
-                = qtApp.timeUntilPainted([&] { xtest.moveTo(qRound(target.center.x()), qRound(target.center.y())); },
-                    [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
-                    1000);
-            if (us)
+            Clock::time_point t0;
+            const std::optional<double> us = qtApp.timeUntilPainted(
+                [&] {
+                    t0 = Clock::now();
+                    xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
+                },
+                [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == left->name(); },
+                1000);
+            if (us) {
                 highlightUs.push_back(*us);
-            else
+                seenUs.push_back(Bench::microseconds(t0, motionArrived));
+                flippedUs.push_back(Bench::microseconds(t0, flippedAt));
+            } else {
                 ++missed;
+            }
             pump(5);
         }
         std::printf("\nHighlight: pointer moved into another zone -> overlay repainted:\n");
         Bench::print("highlight latency", Bench::stats(highlightUs), true);
+        std::printf("  stages, from the move:\n");
+        Bench::print("  raw motion seen by the application", Bench::stats(seenUs), true);
+        Bench::print("  highlight flipped (pointer read)", Bench::stats(flippedUs), true);
+        qtApp.printPaints("  painting the view");
         if (missed)
             std::printf("  %d moves changed no highlight within 1 s\n", missed);
 
@@ -470,16 +490,16 @@ int main(int argc, char** argv)
             pump(100);
             for (ZonesWindow* window : visibleOverlays()) {
                 // Qt's mask is in its own pixels; these are the server's.
-                if (window->devicePixelRatio() != 1 || window->mask().isEmpty())
+                if (window->devicePixelRatio() != 1 || window->shape().isEmpty())
                     continue;
-                lit[zone].push_back(window->mask());
+                lit[zone].push_back(window->shape());
             }
         }
         // The bare windows start as the overlays are where the drag starts.
         const int firstZone = std::max(0, zoneOnPath(start.x()));
         size_t shapeIndex = 0;
         for (ZonesWindow* window : visibleOverlays()) {
-            if (window->devicePixelRatio() != 1 || window->mask().isEmpty() || shapeIndex >= lit[firstZone].size())
+            if (window->devicePixelRatio() != 1 || window->shape().isEmpty() || shapeIndex >= lit[firstZone].size())
                 continue;
             frames.push_back({window->desktopFrame(), lit[firstZone][shapeIndex]});
             rectangles += lit[firstZone][shapeIndex++].rectCount();
@@ -660,11 +680,49 @@ int main(int argc, char** argv)
             xcbUs.push_back(bareXcbWindowUs(QRect(0, 0, 1280, 1080)));
             pump(5);
         }
+        // The highlight's step for the trivial client: during a drag the pointer jumps
+        // into the other zone (the window manager moves the window), and the window of
+        // that screen repaints the zone it left and the zone it entered.
+        std::vector<double> stepUs;
+        {
+            std::vector<std::unique_ptr<PlainOverlay>> windows;
+            PlainOverlay* leftWindow = nullptr;
+            for (const Screen& screen : screens.screens()) {
+                const QRect frame = screens.visibleFrameOf(screen)->toRect();
+                windows.push_back(
+                    std::make_unique<PlainOverlay>(frame, *compositor != CompositorKind::None));
+                if (screen.name() == QLatin1String("LEFT"))
+                    leftWindow = windows.back().get();
+                windows.back()->show();
+            }
+            allPainted(windows);
+            beginDrag();
+            xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
+            pump(50);
+            for (int i = 0; leftWindow && i < reps; ++i) {
+                const ZoneTarget& target = targets[size_t(i % 2)];
+                const ZoneTarget& other = targets[size_t((i + 1) % 2)];
+                const QPoint origin = leftWindow->geometry().topLeft();
+                const Clock::time_point t0 = Clock::now();
+                xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
+                leftWindow->lit = target.rect.toRect().translated(-origin);
+                leftWindow->painted = false;
+                leftWindow->update(QRegion(leftWindow->lit) + other.rect.toRect().translated(-origin));
+                if (Bench::runUntil([&] { return leftWindow->painted; }, 1000)) {
+                    Bench::PaintClock::syncWithServer();
+                    stepUs.push_back(Bench::microseconds(t0, Clock::now()));
+                }
+                pump(5);
+            }
+            xtest.release(1);
+            pump(100);
+        }
         std::printf("\nThe floor without Parqueta: the same appearance for a trivial client:\n");
         Bench::print("QWidget per screen, show -> painted", Bench::stats(qtUs), true);
         Bench::print("  ... without an alpha channel", Bench::stats(qtOpaqueUs), true);
         Bench::print("the same QWidgets hidden and shown again", Bench::stats(reusedUs), true);
         Bench::print("bare xcb window, create -> filled", Bench::stats(xcbUs), true);
+        Bench::print("pointer into the other zone during a drag -> both zones repainted", Bench::stats(stepUs), true);
     }
 
     application.quit();

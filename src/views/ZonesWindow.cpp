@@ -97,8 +97,11 @@ void ZonesWindow::disappear()
 void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    if (QWindow* window = windowHandle())
+    if (QWindow* window = windowHandle()) {
+        // Before the window is mapped: it must never show unshaped.
+        updateMask();
         m_effects.placeExactly(*window, m_desktopFrame);
+    }
     startShowing();
 }
 
@@ -144,8 +147,12 @@ void ZonesWindow::setTranslucent(bool translucent)
 
 void ZonesWindow::updateMask()
 {
-    if (m_view->isOpaque())
-        setMask(m_view->paintedRegion());
-    else
-        clearMask();
+    m_shape = m_view->isOpaque() ? m_view->paintedRegion() : QRegion();
+    // The native window is shaped, not the widget: a widget mask would also clip every
+    // paint to its thousands of rectangles (a number's outline is one per pixel row), and
+    // with many zones that clipping cost more than the painting. What is painted outside
+    // the shape is never shown anyway. The native window exists only once shown.
+    QWindow* window = windowHandle();
+    if (window && window->mask() != m_shape)
+        window->setMask(m_shape);
 }

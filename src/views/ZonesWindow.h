@@ -2,6 +2,7 @@
 
 #include "models/Screen.h"
 
+#include <QRegion>
 #include <QWidget>
 
 #include <memory>
@@ -47,6 +48,8 @@ public:
     bool isParked() const { return m_parked; }
     // On the screen for the user: shown and not parked.
     bool isShowing() const { return isVisible() && !m_parked; }
+    // The window's shape in its own coordinates; empty when it is not shaped.
+    const QRegion& shape() const { return m_shape; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -65,4 +68,5 @@ private:
     ZonesView* m_view;
     QPropertyAnimation* m_fadeIn;
     bool m_parked = false;
+    QRegion m_shape;
 };

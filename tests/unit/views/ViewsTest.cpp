@@ -16,6 +16,7 @@
 #include "views/ZonesWindow.h"
 
 #include <QApplication>
+#include <QWindow>
 #include <QDeadlineTimer>
 #include <QScreen>
 
@@ -256,8 +257,8 @@ TEST_F(Views, AfterHighlightFlipsTheWindowShowsWhatAFreshlyPaintedOneDoes)
         const QImage unlit = shown(*fresh);
         move(*fresh, {"3"});
         // Shaped, only what the shape lets through is seen: Qt leaves the rest as it was.
-        const QRegion seen = translucent ? QRegion(window->rect()) : window->mask();
-        ASSERT_EQ(seen, translucent ? QRegion(fresh->rect()) : fresh->mask());
+        const QRegion seen = translucent ? QRegion(window->rect()) : window->shape();
+        ASSERT_EQ(seen, translucent ? QRegion(fresh->rect()) : fresh->shape());
         const QImage painted = shown(*fresh);
         int differ = 0;
         for (const QRect& r : seen)
@@ -292,7 +293,7 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     EXPECT_FALSE(window->testAttribute(Qt::WA_TranslucentBackground))
         << "the server would blend a 32-bit window itself";
     move(*window, {"2"});
-    const QRegion mask = window->mask();
+    const QRegion mask = window->shape();
     EXPECT_TRUE(mask.contains(QPoint(0, 200))) << "border";
     EXPECT_TRUE(mask.contains(QPoint(zoneRect(2).left(), 300))) << "zone outline";
     EXPECT_TRUE(mask.contains(interior(1))) << "highlighted fill";
@@ -305,9 +306,16 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     QObject::connect(&window->view(), &ZonesView::paintedRegionChanged, [&] { ++reshapes; });
     move(*window, {"3"});
     EXPECT_EQ(reshapes, 1) << "one new shape for the zone left and the zone entered together";
-    EXPECT_TRUE(window->mask().contains(interior(2)));
-    EXPECT_FALSE(window->mask().contains(interior(1)));
+    EXPECT_TRUE(window->shape().contains(interior(2)));
+    EXPECT_FALSE(window->shape().contains(interior(1)));
+    // The native window carries the shape, from before it is first mapped; a widget mask
+    // would also clip every paint to the shape's thousands of rectangles.
+    window->show();
+    ASSERT_NE(window->windowHandle(), nullptr);
+    EXPECT_EQ(window->windowHandle()->mask(), window->shape());
+    EXPECT_TRUE(window->mask().isEmpty());
     move(*window, {"2"});
+    EXPECT_EQ(window->windowHandle()->mask(), window->shape());
     // The digit stands on a plate of the backdrop's colour, so it reads over any window.
     const QImage shot = window->view().grab().toImage();
     int plate = 0;
@@ -321,13 +329,13 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     layout->root()->resizeFirstChild(zoneRect(0).width() - 100);
     const QRect moved(zoneRect(0).center() - QPoint(15, 30), QSize(30, 60));
     ASSERT_FALSE(moved.intersects(numberBox));
-    EXPECT_FALSE(window->mask().intersected(moved).isEmpty());
-    EXPECT_TRUE(window->mask().intersected(numberBox).isEmpty());
+    EXPECT_FALSE(window->shape().intersected(moved).isEmpty());
+    EXPECT_TRUE(window->shape().intersected(numberBox).isEmpty());
 
     // A compositor starting now cannot make a window without alpha translucent.
     effects.setTranslucent(true);
     EXPECT_TRUE(window->view().isOpaque());
-    EXPECT_FALSE(window->mask().isEmpty());
+    EXPECT_FALSE(window->shape().isEmpty());
 }
 
 // The next gesture gets the hidden window back, cleared and following the gesture again;
