@@ -147,12 +147,16 @@ void ZonesWindow::setTranslucent(bool translucent)
 
 void ZonesWindow::updateMask()
 {
+    // Only for a window on its way to the screen: a shape costs milliseconds per zone to
+    // trace, and the view's final size arrives with its first show.
+    QWindow* window = windowHandle();
+    if (!window)
+        return;
     m_shape = m_view->isOpaque() ? m_view->paintedRegion() : QRegion();
     // The native window is shaped, not the widget: a widget mask would also clip every
     // paint to its thousands of rectangles (a number's outline is one per pixel row), and
     // with many zones that clipping cost more than the painting. What is painted outside
-    // the shape is never shown anyway. The native window exists only once shown.
-    QWindow* window = windowHandle();
-    if (window && window->mask() != m_shape)
+    // the shape is never shown anyway.
+    if (window->mask() != m_shape)
         window->setMask(m_shape);
 }

@@ -48,7 +48,8 @@ public:
     bool isParked() const { return m_parked; }
     // On the screen for the user: shown and not parked.
     bool isShowing() const { return isVisible() && !m_parked; }
-    // The window's shape in its own coordinates; empty when it is not shaped.
+    // The window's shape in its own coordinates; empty when it is not shaped or has not
+    // been shown yet.
     const QRegion& shape() const { return m_shape; }
 
 protected:

@@ -290,6 +290,7 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
 {
     effects.setTranslucent(false);
     const auto window = makeWindow();
+    window->show();
     EXPECT_FALSE(window->testAttribute(Qt::WA_TranslucentBackground))
         << "the server would blend a 32-bit window itself";
     move(*window, {"2"});
@@ -308,9 +309,8 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     EXPECT_EQ(reshapes, 1) << "one new shape for the zone left and the zone entered together";
     EXPECT_TRUE(window->shape().contains(interior(2)));
     EXPECT_FALSE(window->shape().contains(interior(1)));
-    // The native window carries the shape, from before it is first mapped; a widget mask
-    // would also clip every paint to the shape's thousands of rectangles.
-    window->show();
+    // The native window carries the shape; a widget mask would also clip every paint to
+    // the shape's thousands of rectangles.
     ASSERT_NE(window->windowHandle(), nullptr);
     EXPECT_EQ(window->windowHandle()->mask(), window->shape());
     EXPECT_TRUE(window->mask().isEmpty());
