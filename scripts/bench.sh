@@ -53,23 +53,24 @@ echo "== bench_drag_input: global input and drag recognition, idle cost of the m
 QT_LOGGING_RULES="$quiet" run "$build/bench/bench_drag_input" --rate 1000 --seconds 3 --idle "$drag_idle"
 
 echo
-echo "== bench_gesture: overlay, highlight, event handling, snap (Application in process), no compositor"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3
+echo "== bench_gesture: overlay (kept windows and after a pause), highlight, event handling, snap (Application in"
+echo "   process), the floors; no compositor"
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsf
 
 echo
 echo "== bench_gesture with xcompmgr (translucent overlays)"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --compositor xcompmgr
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsf --compositor xcompmgr
 
 echo
-echo "== bench_gesture with picom (xrender backend, no vsync): overlay and the floor"
-run "$build/bench/bench_gesture" --reps "$reps" --sections of --compositor picom
+echo "== bench_gesture with picom (xrender backend, no vsync): overlay, highlight and the floor"
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhf --compositor picom
 
 echo
 echo "== bench_gesture with 64 zones per screen (overlay, highlight, events; the X server under the same shapes"
 echo "   without Parqueta), without a compositor, with xcompmgr and with picom"
-run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections ohb
-run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor xcompmgr
-run "$build/bench/bench_gesture" --reps 50 --rate 1000 --seconds 2 --depth 6 --sections oh --compositor picom
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onhb
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onh --compositor xcompmgr
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onh --compositor picom
 
 echo
 echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"
