@@ -447,7 +447,7 @@ int main(int argc, char** argv)
             long k = now + 1;
             while (k > 0 && k > now - 800 && start.x() + Bench::motionOffset(k - 1) != x)
                 --k;
-            reflected = std::max(reflected, std::min(k, now));
+            reflected = std::max(reflected, k);
             lag.push_back(std::max(0L, now - k));
         });
         const long changes0 = highlightChanges;

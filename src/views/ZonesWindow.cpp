@@ -153,10 +153,19 @@ void ZonesWindow::updateMask()
     if (!window)
         return;
     m_shape = m_view->isOpaque() ? m_view->paintedRegion() : QRegion();
-    // The native window is shaped, not the widget: a widget mask would also clip every
-    // paint to its thousands of rectangles (a number's outline is one per pixel row), and
-    // with many zones that clipping cost more than the painting. What is painted outside
-    // the shape is never shown anyway.
+    // Both ways give the native window the same shape; they differ in what Qt does with
+    // it. A widget mask also clips every paint and every flush to the shape: cheaper than
+    // painting and sending the whole window while the shape is a few hundred rectangles
+    // (a preset layout), far dearer with thousands (each number is traced row by row, so
+    // 64 zones make 17 500), where only the native window is shaped. What is painted
+    // outside the shape is never shown either way.
+    if (m_shape.rectCount() <= kMostRectanglesToClipPaintingTo) {
+        if (mask() != m_shape)
+            setMask(m_shape);
+        return;
+    }
+    if (!mask().isEmpty())
+        clearMask();
     if (window->mask() != m_shape)
         window->setMask(m_shape);
 }

@@ -29,6 +29,9 @@ public:
     ~ZonesWindow() override;
 
     static constexpr int kFadeInMs = 300;
+    // Up to this many rectangles the shape also clips painting (see updateMask()):
+    // measured between 8 zones (about 2 200) and 16 (about 4 400).
+    static constexpr int kMostRectanglesToClipPaintingTo = 3000;
 
     ZonesViewModel& viewModel() const { return *m_viewModel; }
     ZonesView& view() const { return *m_view; }
