@@ -674,6 +674,13 @@ int main(int argc, char** argv)
         };
         const std::vector<double> qtUs = newWindows(true);
         const std::vector<double> qtOpaqueUs = newWindows(false);
+        // As the overlay after a pause gets them: during a title-bar drag (the window
+        // manager holds the pointer and the keyboard).
+        beginDrag();
+        pump(20);
+        const std::vector<double> qtDragUs = newWindows(*compositor != CompositorKind::None);
+        xtest.release(1);
+        pump(100);
         std::vector<double> reusedUs;
         {
             std::vector<std::unique_ptr<PlainOverlay>> windows;
@@ -744,6 +751,8 @@ int main(int argc, char** argv)
         std::printf("\nThe floor without Parqueta: the same appearance for a trivial client:\n");
         Bench::print("QWidget per screen, show -> painted", Bench::stats(qtUs), true);
         Bench::print("  ... without an alpha channel", Bench::stats(qtOpaqueUs), true);
+        Bench::print("  ... as the overlay's (alpha only with a compositor), during a drag",
+            Bench::stats(qtDragUs), true);
         Bench::print("the same QWidgets hidden and shown again", Bench::stats(reusedUs), true);
         Bench::print("bare xcb window, create -> filled", Bench::stats(xcbUs), true);
         Bench::print("pointer into the other zone during a drag -> pointer read, both zones repainted",
