@@ -3,7 +3,7 @@
 // platform, exactly as the parqueta executable wires it.
 //
 //   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
-//                 [--depth 0] [--sections ohsf] [--picture overlay.png]
+//                 [--depth 0] [--sections ohsf (of onhsfb)] [--picture overlay.png]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
