@@ -376,7 +376,7 @@ int main(int argc, char** argv)
     // --- 64 zones: the editor, a border drag, the flash ------------------------------------
     {
         auto root = SplitNode::create(0, 0, visible.width(), visible.height());
-        Bench::splitAlternating(root, 6);
+        TestTrees::splitAlternating(root, 6);
         const std::shared_ptr<Layout> large = Layout::create(root, QUuid::createUuid(), *left);
         layouts.save(LayoutList {preset, large}, *left);
         layouts.setActiveFor(*left, large);

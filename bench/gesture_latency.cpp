@@ -222,7 +222,7 @@ int main(int argc, char** argv)
         for (const Screen& screen : screens.screens()) {
             const QRectF frame = *screens.visibleFrameOf(screen);
             auto root = SplitNode::create(0, 0, frame.width(), frame.height());
-            Bench::splitAlternating(root, depth);
+            TestTrees::splitAlternating(root, depth);
             auto layout = Layout::create(root, QUuid::createUuid(), screen);
             application.layoutManager().save(LayoutList {layout}, screen);
             application.layoutManager().setActiveFor(screen, layout);

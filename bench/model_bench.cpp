@@ -30,7 +30,7 @@ const QRectF kVisibleFrame(0, 32, 3840, 2128);
 std::shared_ptr<Layout> alternatingLayout(int depth, std::optional<Screen> screen = std::nullopt)
 {
     auto root = SplitNode::create(0, 0, kVisibleFrame.width(), kVisibleFrame.height());
-    Bench::splitAlternating(root, depth);
+    TestTrees::splitAlternating(root, depth);
     return Layout::create(root, QUuid::createUuid(), std::move(screen));
 }
 

@@ -158,14 +158,11 @@ void ZonesWindow::updateMask()
     // painting and sending the whole window while the shape is a few hundred rectangles
     // (a preset layout), far dearer with thousands (each number is traced row by row, so
     // 64 zones make 17 500), where only the native window is shaped. What is painted
-    // outside the shape is never shown either way.
-    if (m_shape.rectCount() <= kMostRectanglesToClipPaintingTo) {
-        if (mask() != m_shape)
-            setMask(m_shape);
-        return;
-    }
-    if (!mask().isEmpty())
-        clearMask();
+    // outside the shape is never shown either way. A widget mask also sets the native
+    // window's, so it goes first.
+    const QRegion clip = m_shape.rectCount() <= kMostRectanglesToClipPaintingTo ? m_shape : QRegion();
+    if (mask() != clip)
+        setMask(clip);
     if (window->mask() != m_shape)
         window->setMask(m_shape);
 }

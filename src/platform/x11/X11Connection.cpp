@@ -21,10 +21,10 @@ namespace {
 // and quits in order (settings written) instead of vanishing mid-loop.
 constexpr char kQtConnectionBroke[] = "The X11 connection broke";
 X11Connection* g_watchingQt = nullptr;
+QtMessageHandler g_nextMessageHandler = nullptr;
 // Bounds the memory of one read when a flood of events arrives; the rest follows in the
 // next batch.
 constexpr size_t kBatchLimit = 512;
-QtMessageHandler g_nextMessageHandler = nullptr;
 
 void watchQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {

@@ -3,6 +3,7 @@
 // window is shaped, and how the factory keeps and reuses windows. That the window system
 // leaves it unfocused and click-through is checked on X11.
 #include "FakePlatform.h"
+#include "SplitTrees.h"
 #include "TestSupport.h"
 #include "core/MemorySettingsBackend.h"
 #include "core/ObserverList.h"
@@ -21,8 +22,6 @@
 #include <QWindow>
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 namespace {
 
@@ -333,15 +332,8 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
 
     // Thousands of rectangles (64 zones, every number traced row by row) shape the native
     // window alone: as a widget mask they would also clip every paint.
-    const std::function<void(const SplitNode::Ptr&, int)> split = [&](const SplitNode::Ptr& node, int depth) {
-        if (depth == 0)
-            return;
-        node->splitAtRatio(depth % 2 == 0 ? SplitType::vertical : SplitType::horizontal, 0.5);
-        for (const SplitNode::Ptr& child : node->children())
-            split(child, depth - 1);
-    };
     for (const SplitNode::Ptr& leaf : std::vector<SplitNode::Ptr>(layout->root()->children()))
-        split(leaf, 5);
+        TestTrees::splitAlternating(leaf, 5);
     ASSERT_GT(window->shape().rectCount(), ZonesWindow::kMostRectanglesToClipPaintingTo);
     EXPECT_EQ(window->windowHandle()->mask(), window->shape());
     EXPECT_TRUE(window->mask().isEmpty());
@@ -350,6 +342,16 @@ TEST_F(Views, WithoutACompositorTheWindowIsSolidAndShapedToWhatItDraws)
     effects.setTranslucent(true);
     EXPECT_TRUE(window->view().isOpaque());
     EXPECT_FALSE(window->shape().isEmpty());
+
+    // One made with alpha is shaped while the compositor is away, and whole again when
+    // it is back, however large its shape was.
+    const auto translucent = makeWindow();
+    translucent->show();
+    effects.setTranslucent(false);
+    EXPECT_EQ(translucent->windowHandle()->mask(), translucent->shape());
+    EXPECT_FALSE(translucent->shape().isEmpty());
+    effects.setTranslucent(true);
+    EXPECT_TRUE(translucent->windowHandle()->mask().isEmpty());
 }
 
 // The next gesture gets the hidden window back, cleared and following the gesture again;

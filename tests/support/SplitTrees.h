@@ -3,7 +3,8 @@
 #include "models/SplitNode.h"
 #include "models/SplitType.h"
 
-namespace Bench {
+// Large layouts for tests and benchmarks.
+namespace TestTrees {
 
 // Splits every leaf in half, vertical and horizontal by turns: 2^depth zones.
 inline void splitAlternating(const SplitNode::Ptr& node, int depth)
@@ -15,4 +16,4 @@ inline void splitAlternating(const SplitNode::Ptr& node, int depth)
         splitAlternating(child, depth - 1);
 }
 
-} // namespace Bench
+} // namespace TestTrees
