@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "models/Zone.h"
+#include "views/NumberOutlines.h"
 #include "views/ZoneColors.h"
 #include "views/ZonesViewModel.h"
 
@@ -287,6 +288,7 @@ void ZonesView::changeEvent(QEvent* event)
     // The desktop switched between light and dark: backdrop and numbers follow.
     if (event->type() == QEvent::PaletteChange) {
         m_numberTiles.clear();
+        m_numbers.reset();
         update();
     }
     QWidget::changeEvent(event);
@@ -312,6 +314,7 @@ void ZonesView::redrawAll()
 {
     m_unhighlightedShape.reset();
     m_numberTiles.clear();
+    m_numbers.reset();
     update();
     Q_EMIT paintedRegionChanged();
 }
@@ -327,12 +330,9 @@ QFont ZonesView::numberFont() const
 
 QPainterPath ZonesView::numberPath(const Zone& zone, const QRectF& frame) const
 {
-    const QFont font = numberFont();
-    const QRectF glyphs = QFontMetricsF(font).tightBoundingRect(zone.id());
-    QPainterPath path;
-    path.addText(frame.center().x() - glyphs.width() / 2 - glyphs.left(),
-        frame.center().y() - glyphs.height() / 2 - glyphs.top(), font, zone.id());
-    return path;
+    if (!m_numbers)
+        m_numbers.emplace(numberFont());
+    return m_numbers->centredIn(zone.id(), frame);
 }
 
 QRegion ZonesView::numberRegion(const Zone& zone, const QRectF& frame) const

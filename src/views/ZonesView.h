@@ -1,5 +1,7 @@
 #pragma once
 
+#include "views/NumberOutlines.h"
+
 #include <QColor>
 #include <QImage>
 #include <QPainterPath>
@@ -100,4 +102,6 @@ private:
     // By zone index; dropped with everything that changes how a number looks.
     std::vector<std::optional<NumberTile>> m_numberTiles;
     QTransform m_tilesTransform;
+    // The number font's glyphs, read once for all zones; dropped with the font.
+    mutable std::optional<NumberOutlines> m_numbers;
 };

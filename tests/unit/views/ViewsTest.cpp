@@ -10,6 +10,7 @@
 #include "core/Settings.h"
 #include "managers/ScreenManager.h"
 #include "models/LayoutPresets.h"
+#include "views/NumberOutlines.h"
 #include "views/ZoneOverlayEngine.h"
 #include "views/ZonesOverlayFactory.h"
 #include "views/ZonesView.h"
@@ -18,6 +19,7 @@
 
 #include <QApplication>
 #include <QDeadlineTimer>
+#include <QFontDatabase>
 #include <QScreen>
 #include <QWindow>
 
@@ -284,6 +286,40 @@ TEST_F(Views, AfterHighlightFlipsTheWindowShowsWhatAFreshlyPaintedOneDoes)
             EXPECT_EQ(flipped.pixelColor(corner), lit) << corner.x() << "," << corner.y();
 
         settings.setValue(Keys::zoneHighlightColor, kHighlight);
+    }
+}
+
+// Numbers skip the text shaper; they must still come out where the text engine puts
+// them, for one digit and several, in frames whose centres fall between pixels, and
+// anything but plain digits must take the text engine's way.
+TEST(NumberOutlines, PutTheTextEnginesGlyphsWhereItWouldCentredByTheirInk)
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    font.setPixelSize(100);
+    NumberOutlines numbers(font);
+    const QRectF frames[] = {{0, 0, 640, 540}, {10.5, 3.25, 317.3, 99.9}, {-200.7, 1000.1, 33, 41}};
+    QStringList texts {QStringLiteral("A1"), QStringLiteral("x2"), QStringLiteral("1 2")};
+    for (int n = 1; n <= 64; ++n)
+        texts << QString::number(n);
+    texts << QStringLiteral("100") << QStringLiteral("907");
+    for (const QRectF& frame : frames) {
+        for (const QString& text : texts) {
+            SCOPED_TRACE(qPrintable(text + QStringLiteral(" in ") + QString::number(frame.x())));
+            const QRectF box = QFontMetricsF(font).tightBoundingRect(text);
+            QPainterPath expected;
+            expected.addText(frame.center().x() - box.width() / 2 - box.left(),
+                frame.center().y() - box.height() / 2 - box.top(), font, text);
+            const QPainterPath path = numbers.centredIn(text, frame);
+            ASSERT_EQ(path.elementCount(), expected.elementCount());
+            ASSERT_GT(path.elementCount(), 0);
+            double worst = 0;
+            for (int i = 0; i < path.elementCount(); ++i) {
+                EXPECT_EQ(path.elementAt(i).type, expected.elementAt(i).type);
+                worst = std::max({worst, std::abs(path.elementAt(i).x - expected.elementAt(i).x),
+                    std::abs(path.elementAt(i).y - expected.elementAt(i).y)});
+            }
+            EXPECT_LT(worst, 1e-9);
+        }
     }
 }
 
