@@ -8,7 +8,6 @@
 #include "platform/ApplicationShell.h"
 #include "platform/Platform.h"
 #include "platform/SettingsLocation.h"
-#include "views/AppIcon.h"
 
 #include <QApplication>
 #include <QUrl>
@@ -75,7 +74,9 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     nameTheApplication();
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setWindowIcon(AppIcon::icon());
+    // No application-wide window icon: each window people see names its own. Qt would
+    // give the default to every overlay and editor window too, each holding every size
+    // of it (360 KB) in a property on the X server.
 
     SingleInstance instance;
     // --settings asks what a plain launch asks: the settings window.

@@ -1,11 +1,14 @@
 #include "views/AppIcon.h"
 
+#include "views/DrawnIconEngine.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
 #include <QRegularExpression>
 
 #include <cmath>
+#include <iterator>
 
 namespace AppIcon {
 
@@ -142,10 +145,7 @@ QPixmap pixmap(int size)
 
 QIcon icon()
 {
-    QIcon icon;
-    for (int size : kIconSizes)
-        icon.addPixmap(pixmap(size));
-    return icon;
+    return QIcon(new DrawnIconEngine(&image, QList<int>(std::begin(kIconSizes), std::end(kIconSizes))));
 }
 
 QImage glyph(int size, const QColor& ink)
@@ -159,9 +159,8 @@ QImage glyph(int size, const QColor& ink)
 
 QIcon trayIcon(const QColor& ink)
 {
-    QIcon icon;
-    for (int size : kIconSizes)
-        icon.addPixmap(QPixmap::fromImage(glyph(size, ink)));
+    QIcon icon(new DrawnIconEngine(
+        [ink](int size) { return glyph(size, ink); }, QList<int>(std::begin(kIconSizes), std::end(kIconSizes))));
     // A template image in the macOS menu bar, which recolours it for light and dark
     // menu bars and for the highlighted item; other trays ignore the mark.
     icon.setIsMask(true);

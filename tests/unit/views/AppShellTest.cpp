@@ -5,6 +5,7 @@
 #include "app/AppPresence.h"
 #include "app/PermissionWatcher.h"
 #include "platform/ApplicationShell.h"
+#include "views/AppIcon.h"
 #include "views/PermissionsWindow.h"
 
 #include <QApplication>
@@ -110,3 +111,29 @@ TEST(AppShell, ThePermissionIsAskedForUntilGrantedAndTheWindowOpensTheSettingsPa
 }
 
 #include "AppShellTest.moc"
+
+// The icons are drawn when asked: every size, and every ratio, must still be exactly
+// the drawing at that many pixels, and the tray's glyph must stay a template image.
+TEST(AppShell, IconsAreTheDrawingAtEverySizeAndRatioAskedFor)
+{
+    const QColor ink(Qt::white);
+    const QIcon tray = AppIcon::trayIcon(ink);
+    const QIcon icon = AppIcon::icon();
+    EXPECT_TRUE(tray.isMask());
+    EXPECT_TRUE(icon.availableSizes().contains(QSize(16, 16)));
+    EXPECT_TRUE(icon.availableSizes().contains(QSize(256, 256)));
+    const struct
+    {
+        QSize asked;
+        qreal ratio;
+        int pixels;
+    } cases[] = {{{16, 16}, 1, 16}, {{22, 22}, 2, 44}, {{37, 37}, 1, 37}, {{64, 48}, 1, 48}, {{256, 256}, 1.5, 384}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pixels);
+        const QImage drawn = icon.pixmap(c.asked, c.ratio).toImage();
+        ASSERT_EQ(drawn.size(), QSize(c.pixels, c.pixels));
+        EXPECT_EQ(drawn.convertToFormat(QImage::Format_ARGB32_Premultiplied), AppIcon::image(c.pixels));
+        EXPECT_EQ(tray.pixmap(c.asked, c.ratio).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
+            AppIcon::glyph(c.pixels, ink));
+    }
+}
