@@ -1,13 +1,14 @@
 #include "app/SingleInstance.h"
 
+#include "app/LocalConnection.h"
+#include "app/LocalSocketServer.h"
 #include "core/Logging.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
-#include <QLocalServer>
-#include <QLocalSocket>
 #include <QLockFile>
 #include <QThread>
 #include <QTimer>
@@ -61,9 +62,7 @@ bool SingleInstance::claim()
         // Nowhere to keep a lock: fall back on the socket alone rather than not run.
         qCWarning(lcApp) << "Cannot create the session lock in" << QFileInfo(lockPath()).path()
                          << "- relying on the socket alone";
-        QLocalSocket probe;
-        probe.connectToServer(m_key);
-        return !probe.waitForConnected(kTimeoutMs);
+        return !LocalConnection::isListening(socketPath());
     }
     return false;
 }
@@ -110,47 +109,35 @@ std::optional<QByteArray> SingleInstance::ask(const QByteArray& request)
 
 std::optional<QByteArray> SingleInstance::exchange(const QByteArray& request, int answerTimeoutMs)
 {
-    QLocalSocket socket;
-    socket.connectToServer(m_key);
-    if (!socket.waitForConnected(kTimeoutMs))
-        return std::nullopt;
-    socket.write(request);
-    if (!socket.waitForBytesWritten(kTimeoutMs))
-        return std::nullopt;
-    // The instance closes the connection once it has said everything.
-    QByteArray answer;
-    QElapsedTimer waited;
-    waited.start();
-    while (answer.size() <= kMaxAnswerBytes && waited.elapsed() < answerTimeoutMs) {
-        answer += socket.readAll();
-        if (socket.state() != QLocalSocket::ConnectedState)
-            break;
-        socket.waitForReadyRead(static_cast<int>(std::max<qint64>(1, answerTimeoutMs - waited.elapsed())));
-    }
-    // Empty when the instance closed without a word: it did not take the request.
-    return answer + socket.readAll();
+    return LocalConnection::exchange(socketPath(), request, kTimeoutMs, answerTimeoutMs, kMaxAnswerBytes);
+}
+
+QString SingleInstance::socketPath() const
+{
+    // Where Qt's local sockets put a plain name, so launches of older builds still find
+    // the instance.
+    return QDir::tempPath() + QLatin1Char('/') + m_key;
 }
 
 bool SingleInstance::listen()
 {
-    m_server = new QLocalServer(this);
-    m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server->listen(m_key)) {
+    m_server = new LocalSocketServer(this);
+    if (!m_server->listen(socketPath())) {
         // A crashed instance leaves its socket file behind; this process holds the
         // session's lock, so the file is nobody's.
-        QLocalServer::removeServer(m_key);
-        if (!m_server->listen(m_key)) {
-            qCWarning(lcApp) << "Cannot listen for later launches on" << m_key << ":" << m_server->errorString();
+        QFile::remove(socketPath());
+        if (!m_server->listen(socketPath())) {
+            qCWarning(lcApp) << "Cannot listen for later launches on" << socketPath() << ":" << m_server->errorString();
             return false;
         }
     }
-    connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);
+    connect(m_server, &LocalSocketServer::newConnection, this, &SingleInstance::acceptConnections);
     return true;
 }
 
 void SingleInstance::acceptConnections()
 {
-    while (QLocalSocket* socket = m_server->nextPendingConnection()) {
+    while (LocalConnection* socket = m_server->nextPendingConnection()) {
         if (m_clients >= kMaxClients) {
             qCWarning(lcApp) << "Turned away a later launch:" << m_clients << "are being served already";
             socket->abort();
@@ -159,8 +146,8 @@ void SingleInstance::acceptConnections()
         }
         ++m_clients;
         connect(socket, &QObject::destroyed, this, [this] { --m_clients; });
-        // Qt stops reading from the client once this much waits, however much it sends.
-        socket->setReadBufferSize(kMaxRequestBytes + 1);
+        // Nothing more is read from the client once this much waits, however much it sends.
+        socket->setReadLimit(kMaxRequestBytes + 1);
         auto* deadline = new QTimer(socket);
         deadline->setObjectName(kDeadline);
         deadline->setSingleShot(true);
@@ -171,18 +158,16 @@ void SingleInstance::acceptConnections()
             socket->deleteLater();
         });
         deadline->start(kClientTimeoutMs);
-        connect(socket, &QLocalSocket::disconnected, socket, [socket] {
+        connect(socket, &LocalConnection::closed, socket, [socket] {
             if (!socket->property(kAnswered).toBool() && socket->bytesAvailable() > 0)
                 qCWarning(lcApp) << "A later launch left before finishing its request";
             socket->deleteLater();
         });
-        connect(socket, &QLocalSocket::readyRead, this, [this, socket] { serve(socket); });
-        if (socket->bytesAvailable() > 0)
-            serve(socket);
+        connect(socket, &LocalConnection::readyRead, this, [this, socket] { serve(socket); });
     }
 }
 
-void SingleInstance::serve(QLocalSocket* socket)
+void SingleInstance::serve(LocalConnection* socket)
 {
     if (socket->property(kAnswered).toBool()) {
         // One request per connection; whatever follows it is dropped.
@@ -204,7 +189,5 @@ void SingleInstance::serve(QLocalSocket* socket)
     if (auto* deadline = socket->findChild<QTimer*>(kDeadline, Qt::FindDirectChildrenOnly))
         deadline->start(kClientTimeoutMs);
     socket->write(answer);
-    socket->disconnectFromServer();
-    if (socket->state() == QLocalSocket::UnconnectedState)
-        socket->deleteLater();
+    socket->closeWhenWritten();
 }

@@ -8,8 +8,8 @@
 #include <memory>
 #include <optional>
 
-class QLocalServer;
-class QLocalSocket;
+class LocalConnection;
+class LocalSocketServer;
 class QLockFile;
 
 // One Parqueta per user session, however close together two launches come. A launch
@@ -59,14 +59,15 @@ public:
 
 private:
     void acceptConnections();
-    void serve(QLocalSocket* socket);
+    void serve(LocalConnection* socket);
     std::optional<QByteArray> exchange(const QByteArray& request, int answerTimeoutMs);
     QString lockPath() const;
+    QString socketPath() const;
     // Whether a live process other than this one holds the session's lock.
     bool heldByAnother() const;
 
     QString m_key;
-    QLocalServer* m_server = nullptr;
+    LocalSocketServer* m_server = nullptr;
     std::unique_ptr<QLockFile> m_lock;
     Handler m_handler;
     int m_clients = 0;
