@@ -5,11 +5,11 @@
 #include "core/VersionNumber.h"
 #include "platform/NativeUpdater.h"
 
+#include "managers/HelperFeedDownloader.h"
+
 #include <QDateTime>
-#include <QHostAddress>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
+
+#include <algorithm>
 
 namespace {
 
@@ -17,10 +17,15 @@ const QString kProductName = QStringLiteral("Parqueta");
 
 bool isLoopback(const QString& host)
 {
-    if (host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0)
+    if (host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 || host == QLatin1String("::1"))
         return true;
-    const QHostAddress address(host);
-    return !address.isNull() && address.isLoopback();
+    // 127.0.0.0/8, written out in full as QUrl leaves it.
+    const QStringList parts = host.split(QLatin1Char('.'));
+    return parts.size() == 4 && parts[0] == QLatin1String("127") && std::all_of(parts.begin(), parts.end(), [](const QString& part) {
+        bool ok = false;
+        const int value = part.toInt(&ok);
+        return ok && value >= 0 && value <= 255;
+    });
 }
 
 // Why the address cannot be used for update checks; empty when it can.
@@ -41,15 +46,16 @@ QString unusableReason(const QUrl& url)
 } // namespace
 
 SoftwareUpdater::SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const QString& runningVersion,
-    QNetworkAccessManager* network, const QString& systemVersion, QObject* parent)
+    FeedDownloader* downloader, const QString& systemVersion, QObject* parent)
     : QObject(parent)
     , m_settings(settings)
     , m_feedUrl(feedUrl)
     , m_runningVersion(runningVersion)
     , m_systemVersion(systemVersion)
     , m_unavailableReason(unusableReason(feedUrl))
-    , m_network(network)
+    , m_downloader(downloader ? downloader : new HelperFeedDownloader(HelperFeedDownloader::locate(), this))
 {
+    connect(m_downloader, &FeedDownloader::finished, this, &SoftwareUpdater::onFinished);
     if (m_feedUrl.isEmpty())
         qCInfo(lcUpdates).noquote() << "Update checks are off:" << m_unavailableReason;
     else if (!isAvailable())
@@ -78,7 +84,6 @@ SoftwareUpdater::SoftwareUpdater(
     , m_settings(settings)
     , m_native(&native)
     , m_runningVersion(runningVersion)
-    , m_network(nullptr)
 {
     qCInfo(lcUpdates) << "Updates come through the system's update framework";
     configureNative();
@@ -96,12 +101,16 @@ void SoftwareUpdater::configureNative()
 
 SoftwareUpdater::~SoftwareUpdater()
 {
-    // Whoever shares the network manager may outlive us; the transfer must not.
-    if (QNetworkReply* reply = m_reply) {
-        reply->disconnect(this);
-        reply->abort();
-        reply->deleteLater();
+    // A downloader given by someone else may outlive us; the download must not.
+    if (isChecking()) {
+        m_downloader->disconnect(this);
+        m_downloader->abort(QStringLiteral("The update check was cancelled."));
     }
+}
+
+bool SoftwareUpdater::isChecking() const
+{
+    return m_downloader && m_downloader->isRunning();
 }
 
 void SoftwareUpdater::setTimeout(std::chrono::milliseconds timeout)
@@ -189,94 +198,31 @@ void SoftwareUpdater::followSchedule()
 void SoftwareUpdater::start(bool interactive)
 {
     m_interactive = interactive;
-    m_redirects = 0;
-    m_failure.clear();
-
-    QNetworkRequest request(m_feedUrl);
-    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("%1/%2").arg(kProductName, m_runningVersion));
-    request.setRawHeader("Accept", "application/rss+xml, application/xml;q=0.9, text/xml;q=0.8");
-    // Each hop is looked at before it is taken: only to https, and only so many.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::UserVerifiedRedirectPolicy);
-    request.setMaximumRedirectsAllowed(kMostRedirects);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    // A compressed answer is counted as it unpacks, but need not unpack far to be refused.
-    request.setDecompressedSafetyCheckThreshold(kLargestResponse);
-
     qCInfo(lcUpdates).noquote() << (interactive ? "Checking" : "Checking in the background") << "for updates at"
                                 << m_feedUrl.toDisplayString();
-    // Made for the first check, not at launch: most runs never check, and a network
-    // manager brings in the proxy and authentication code with it (about 1.5 MB resident).
-    if (!m_network)
-        m_network = new QNetworkAccessManager(this);
-    QNetworkReply* reply = m_network->get(request);
-    m_reply = reply;
-    connect(reply, &QNetworkReply::redirected, this, &SoftwareUpdater::onRedirected);
-    connect(reply, &QNetworkReply::downloadProgress, this, &SoftwareUpdater::checkSize);
-    connect(reply, &QNetworkReply::readyRead, this, [this, reply] { checkSize(reply->bytesAvailable(), -1); });
-    connect(reply, &QNetworkReply::finished, this, &SoftwareUpdater::onFinished);
+    FeedDownloader::Request request;
+    request.url = m_feedUrl;
+    request.userAgent = QStringLiteral("%1/%2").arg(kProductName, m_runningVersion).toUtf8();
+    request.largestResponse = kLargestResponse;
+    request.mostRedirects = kMostRedirects;
+    m_downloader->start(request);
     m_deadline.start();
-}
-
-void SoftwareUpdater::onRedirected(const QUrl& target)
-{
-    if (!m_reply)
-        return;
-    if (++m_redirects > kMostRedirects) {
-        abortWith(QStringLiteral("The update server redirected more than %1 times.").arg(kMostRedirects));
-        return;
-    }
-    if (target.scheme() != QLatin1String("https") || target.host().isEmpty()) {
-        abortWith(QStringLiteral("The update server redirected to an address that is not secure: %1.")
-                      .arg(target.toDisplayString()));
-        return;
-    }
-    qCInfo(lcUpdates).noquote() << "The update feed moved to" << target.toDisplayString();
-    Q_EMIT m_reply->redirectAllowed();
-}
-
-void SoftwareUpdater::checkSize(qint64 received, qint64 total)
-{
-    if (m_reply && (received > kLargestResponse || total > kLargestResponse))
-        abortWith(
-            QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(kLargestResponse / 1024));
 }
 
 void SoftwareUpdater::abortWith(const QString& message)
 {
-    if (!m_reply)
-        return;
-    if (m_failure.isEmpty())
-        m_failure = message;
-    // Emits finished() at once, which ends the check.
-    m_reply->abort();
+    if (isChecking())
+        m_downloader->abort(message);
 }
 
-void SoftwareUpdater::onFinished()
+void SoftwareUpdater::onFinished(const QByteArray& document, const QString& failure)
 {
-    QNetworkReply* reply = m_reply;
-    if (!reply)
-        return;
-    m_reply = nullptr;
     m_deadline.stop();
-    reply->disconnect(this);
-    reply->deleteLater();
-
     UpdateCheckResult result;
-    if (!m_failure.isEmpty()) {
-        result.message = m_failure;
-    } else if (reply->error() != QNetworkReply::NoError) {
-        result.message = QStringLiteral("Could not reach the update server: %1.").arg(reply->errorString());
-    } else {
-        const QByteArray document = reply->read(kLargestResponse + 1);
-        if (document.size() > kLargestResponse)
-            result.message = QStringLiteral("The update feed could not be read: it is larger than %1 KB.")
-                                 .arg(kLargestResponse / 1024);
-        else
-            result = resultFor(document);
-    }
+    if (!failure.isEmpty())
+        result.message = failure;
+    else
+        result = resultFor(document);
     result.interactive = m_interactive;
     result.runningVersion = m_runningVersion;
     finish(result);

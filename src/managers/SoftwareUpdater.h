@@ -10,9 +10,8 @@
 #include <chrono>
 #include <optional>
 
+class FeedDownloader;
 class NativeUpdater;
-class QNetworkAccessManager;
-class QNetworkReply;
 class Settings;
 
 // Asks the update feed (a Sparkle appcast over https) whether a newer Parqueta exists,
@@ -47,11 +46,12 @@ public:
     static constexpr std::chrono::hours kRetryInterval {1};
 
     // feedUrl: the appcast; empty in builds without updates. runningVersion: this build,
-    // "0.1.0" or "0.1.0-beta". network: a shared manager, or null for one of its own.
+    // "0.1.0" or "0.1.0-beta". downloader: what fetches the feed, or null for the
+    // parqueta-feed helper process (HelperFeedDownloader).
     // systemVersion: the operating system's version, held against an item's
     // minimumSystemVersion; empty (as on Linux) ignores that field.
     SoftwareUpdater(Settings& settings, const QUrl& feedUrl, const QString& runningVersion,
-        QNetworkAccessManager* network = nullptr, const QString& systemVersion = {}, QObject* parent = nullptr);
+        FeedDownloader* downloader = nullptr, const QString& systemVersion = {}, QObject* parent = nullptr);
     // Over the system's update framework, which reads its feed address from the bundle.
     SoftwareUpdater(
         Settings& settings, NativeUpdater& native, const QString& runningVersion, QObject* parent = nullptr);
@@ -65,7 +65,7 @@ public:
     bool isAvailable() const { return m_unavailableReason.isEmpty(); }
     // Why not, in words for the settings window ("this build has no update address").
     QString unavailableReason() const { return m_unavailableReason; }
-    bool isChecking() const { return !m_reply.isNull(); }
+    bool isChecking() const;
     QString runningVersion() const { return m_runningVersion; }
 
     // The longest a whole check may take, redirects included. Not positive: the default
@@ -90,9 +90,7 @@ Q_SIGNALS:
 private:
     void start(bool interactive);
     void followSchedule();
-    void onRedirected(const QUrl& target);
-    void checkSize(qint64 received, qint64 total);
-    void onFinished();
+    void onFinished(const QByteArray& document, const QString& failure);
     // Ends the running check as failed, with message as the reason.
     void abortWith(const QString& message);
     UpdateCheckResult resultFor(const QByteArray& document);
@@ -108,13 +106,9 @@ private:
     QString m_runningVersion;
     QString m_systemVersion;
     QString m_unavailableReason;
-    QNetworkAccessManager* m_network; // made by the first check unless one was given
-    QPointer<QNetworkReply> m_reply;
+    FeedDownloader* m_downloader = nullptr;
     QTimer m_deadline;
     QTimer m_schedule;
     bool m_interactive = false;
     bool m_scheduled = false;
-    int m_redirects = 0;
-    // Set when this side ended the transfer (too long, too large, unsafe redirect).
-    QString m_failure;
 };

@@ -52,6 +52,7 @@ std::set<QString> expectedFiles()
 {
     std::set<QString> files {
         QStringLiteral("./usr/bin/parqueta"),
+        QStringLiteral("./usr/libexec/parqueta/parqueta-feed"),
         QStringLiteral("./usr/share/applications/%1.desktop").arg(kAppId),
         QStringLiteral("./usr/share/metainfo/%1.metainfo.xml").arg(kAppId),
         QStringLiteral("./usr/share/man/man1/parqueta.1.gz"),
@@ -167,6 +168,10 @@ TEST_F(PackageTest, HoldsTheProgramItsMenuEntryIconsManualAndLicenceAndPassesDeb
     const QString program = installed(QStringLiteral("/usr/bin/parqueta"));
     const Outcome version = run(program, QStringLiteral("parqueta"), {QStringLiteral("--version")});
     EXPECT_EQ(version.out.trimmed(), QStringLiteral("Parqueta " PARQUETA_VERSION));
+    // The update checks' helper, where the installed program looks for it, runs.
+    const Outcome helper = run(installed(QStringLiteral("/usr/libexec/parqueta/parqueta-feed")), QStringLiteral("parqueta"), {});
+    EXPECT_EQ(helper.exitCode, 2) << helper.err.toStdString();
+    EXPECT_TRUE(helper.err.startsWith(QStringLiteral("failure: usage: parqueta-feed"))) << helper.err.toStdString();
     const Outcome help = run(program, QStringLiteral("parqueta"), {QStringLiteral("--help")});
     const Outcome manual = run(QStringLiteral("gzip"), QStringLiteral("gzip"),
         {QStringLiteral("-dc"), installed(QStringLiteral("/usr/share/man/man1/parqueta.1.gz"))});

@@ -6,6 +6,7 @@
 #include "core/MemorySettingsBackend.h"
 #include "core/Settings.h"
 #include "core/VersionNumber.h"
+#include "managers/HelperFeedDownloader.h"
 #include "managers/SoftwareUpdater.h"
 #include "platform/NativeUpdater.h"
 #include "views/UpdateDialog.h"
@@ -123,7 +124,10 @@ protected:
 
     std::unique_ptr<SoftwareUpdater> updater(const QString& path)
     {
-        auto made = std::make_unique<SoftwareUpdater>(settings, server.url(path), QStringLiteral("0.1.0"));
+        // The helper the product starts, from this build.
+        auto* helper = new HelperFeedDownloader(QStringLiteral(PARQUETA_FEED_HELPER_PATH));
+        auto made = std::make_unique<SoftwareUpdater>(settings, server.url(path), QStringLiteral("0.1.0"), helper);
+        helper->setParent(made.get());
         // Short only where the server is silent anyway: the others answer at their own pace.
         if (path == QLatin1String("/silent"))
             made->setTimeout(300ms);
@@ -214,6 +218,15 @@ TEST_F(UpdaterTest, OnlyHttpsOrThisMachineIsAskedAndOtherwiseTheUserIsToldWhy)
     ASSERT_EQ(seen.size(), 1) << "the user is answered all the same";
     EXPECT_EQ(seen[0].kind, Kind::Unavailable);
     EXPECT_EQ(seen[0].message, "Parqueta cannot check for updates: this build has no update address.");
+
+    // A package that lost its helper: the check fails in words rather than hanging.
+    auto* lost = new HelperFeedDownloader(QString());
+    SoftwareUpdater helperless(settings, QUrl(QStringLiteral("https://example.org/feed.xml")), QStringLiteral("0.1.0"), lost);
+    lost->setParent(&helperless);
+    const QList<UpdateCheckResult> failed = results(helperless, [&] { helperless.checkForUpdates(); });
+    ASSERT_EQ(failed.size(), 1);
+    EXPECT_EQ(failed[0].kind, Kind::Failed);
+    EXPECT_TRUE(failed[0].message.contains(QLatin1String("parqueta-feed is not installed"))) << failed[0].message.toStdString();
 }
 
 TEST(VersionNumber, ComparesPartByPart)
