@@ -33,7 +33,6 @@ public:
     void closeWhenWritten();
     // Closes now, dropping whatever was not sent.
     void abort();
-    bool isOpen() const { return m_fd >= 0; }
 
     // A client's exchange: connects to path, sends request and reads until the other
     // side closes, answerTimeoutMs at most (more than maxAnswer bytes ends it too).

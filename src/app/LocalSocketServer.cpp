@@ -2,7 +2,6 @@
 
 #include "app/LocalConnection.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSocketNotifier>

@@ -4,6 +4,13 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 
+namespace {
+QString tooLarge(qint64 largest)
+{
+    return QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(largest / 1024);
+}
+} // namespace
+
 FeedFetch::FeedFetch(QUrl url, QByteArray userAgent, qint64 largest, int mostRedirects, QObject* parent)
     : QObject(parent)
     , m_url(std::move(url))
@@ -56,7 +63,7 @@ void FeedFetch::onRedirected(const QUrl& target)
 void FeedFetch::checkSize(qint64 received, qint64 total)
 {
     if (m_reply && (received > m_largest || total > m_largest))
-        abortWith(QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(m_largest / 1024));
+        abortWith(tooLarge(m_largest));
 }
 
 void FeedFetch::abortWith(const QString& message)
@@ -84,8 +91,7 @@ void FeedFetch::onFinished()
     } else {
         const QByteArray document = reply->read(m_largest + 1);
         if (document.size() > m_largest)
-            Q_EMIT finished({},
-                QStringLiteral("The update feed could not be read: it is larger than %1 KB.").arg(m_largest / 1024));
+            Q_EMIT finished({}, tooLarge(m_largest));
         else
             Q_EMIT finished(document, {});
     }

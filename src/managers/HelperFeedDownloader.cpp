@@ -110,7 +110,6 @@ void HelperFeedDownloader::end(const QString& failure)
         return;
     m_process = nullptr;
     process->disconnect(this);
-    // A killed helper is reaped by QProcess once it has gone.
     process->deleteLater();
     const QByteArray document = failure.isEmpty() ? m_document : QByteArray();
     m_document.clear();

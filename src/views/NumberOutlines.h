@@ -24,7 +24,6 @@ public:
     explicit NumberOutlines(QFont font = {});
 
     QPainterPath centredIn(const QString& text, const QRectF& frame);
-    const QFont& font() const { return m_font; }
 
 private:
     QFont m_font;
