@@ -4,10 +4,12 @@
 //
 //   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
 //                 [--depth 0] [--sections ohsf (of onhsfb)] [--picture overlay.png]
+//                 [--shift-after 150]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
 // horizontal by turns); 0 keeps the preset layouts of a first run. --sections picks the
-// parts to run: o overlay, n overlay after a pause (new windows each time), h highlight
+// parts to run: o overlay, n overlay after a pause (new windows each time, Shift pressed
+// --shift-after ms after each drag began, then with the drag's first steps), h highlight
 // and event handling, s snap, f the floor, b the X server's own floor under the overlays'
 // shapes (bare windows shaped alike, no Parqueta).
 // --picture saves the whole screen once, the overlays (kept from an earlier gesture)
@@ -170,6 +172,7 @@ int main(int argc, char** argv)
     if (!compositor)
         return 2;
     const int depth = Bench::argument(argc, argv, "--depth", 0);
+    const int shiftAfterMs = Bench::argument(argc, argv, "--shift-after", 150);
     QByteArray sections = "ohsf";
     QString picture;
     for (int i = 1; i + 1 < argc; ++i) {
@@ -268,8 +271,9 @@ int main(int argc, char** argv)
     const auto pump = [](int ms) { Bench::runUntil([] { return false; }, ms); };
     ZoneManager& zones = application.zoneManager();
 
-    // Presses the title bar of the client and moves it a little: the drag is on.
-    const auto beginDrag = [&] {
+    // Presses the title bar of the client and moves it a little: the drag is on. back:
+    // the other way, so that drag after drag the client stays where it is.
+    const auto beginDrag = [&](bool back = false) {
         const QRect c = *desktop.clientGeometry(client);
         const QPoint grip(c.center().x(), c.top() - extents.top() / 2);
         xtest.moveTo(grip.x(), grip.y());
@@ -277,7 +281,7 @@ int main(int argc, char** argv)
         xtest.press(1);
         pump(20);
         for (int i = 1; i <= 6; ++i) {
-            xtest.moveBy(8, 4);
+            xtest.moveBy(back ? -8 : 8, back ? -4 : 4);
             pump(8);
         }
     };
@@ -315,19 +319,24 @@ int main(int argc, char** argv)
     // --- Overlay ------------------------------------------------------------------------
     Clock::time_point shiftSeen;
     QObject::connect(&input, &GlobalInput::modifiersChanged, [&] { shiftSeen = Clock::now(); });
-    // fresh: every repetition first deletes the windows kept from the one before, as the
-    // factory does 10 s after a gesture: the overlay a gesture after a pause gets.
-    const auto measureOverlays = [&](bool fresh) {
+    // fresh: every repetition is a drag of its own, Shift pressed shiftAfter ms after it
+    // began; released: the windows kept from the repetition before are deleted first, as
+    // the factory does 10 s after a gesture: the overlay a gesture after a pause gets.
+    const auto measureOverlays = [&](bool fresh, int shiftAfter, bool released) {
         std::vector<double> overlayUs, shiftSeenUs, shownUs, exposedUs;
-        beginDrag();
+        if (!fresh)
+            beginDrag();
         int missed = 0;
         for (int i = 0; i < reps; ++i) {
             if (fresh) {
                 for (QWidget* widget : QApplication::topLevelWidgets()) {
-                    if (auto* window = qobject_cast<ZonesWindow*>(widget); window && !window->isShowing())
+                    auto* window = qobject_cast<ZonesWindow*>(widget);
+                    if (released && window && !window->isShowing())
                         delete window;
                 }
                 pump(20);
+                beginDrag(i % 2 == 1);
+                pump(shiftAfter);
             }
             QSet<QString> painted;
             Clock::time_point last;
@@ -336,7 +345,7 @@ int main(int argc, char** argv)
                 last = at;
             };
             const Clock::time_point t0 = Clock::now();
-            xtest.keyDown(kShift);
+                        xtest.keyDown(kShift);
             if (Bench::runUntil([&] { return painted.size() >= screenCount; }, 2000)) {
                 overlayUs.push_back(Bench::microseconds(t0, last));
                 shiftSeenUs.push_back(Bench::microseconds(t0, shiftSeen));
@@ -355,13 +364,23 @@ int main(int argc, char** argv)
             Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
             xtest.keyUp(kShift);
             pump(10);
+            if (fresh) {
+                xtest.release(1);
+                pump(30);
+            }
         }
-        xtest.release(1);
-        pump(200);
-        std::printf(fresh ? "\nOverlay after a pause (the kept windows released first), Shift pressed during a "
-                            "title-bar drag -> overlays of all %d screens painted:\n"
-                          : "\nOverlay: Shift pressed during a title-bar drag -> overlays of all %d screens painted:\n",
-            screenCount);
+        if (!fresh) {
+            xtest.release(1);
+            pump(200);
+        }
+        if (fresh)
+            std::printf("\nOverlay %s, Shift pressed %d ms after a title-bar drag began -> overlays of all %d "
+                        "screens painted:\n",
+                released ? "after a pause (the kept windows released first)" : "of a new drag, windows kept",
+                shiftAfter, screenCount);
+        else
+            std::printf("\nOverlay: Shift pressed during a title-bar drag -> overlays of all %d screens painted:\n",
+                screenCount);
         Bench::print("overlay latency", Bench::stats(overlayUs), true);
         std::printf("  stages, from the key press:\n");
         Bench::print("  Shift seen by the application", Bench::stats(shiftSeenUs), true);
@@ -375,9 +394,17 @@ int main(int argc, char** argv)
             std::printf("  %d repetitions showed no overlay within 2 s\n", missed);
     };
     if (sections.contains('o'))
-        measureOverlays(false);
-    if (sections.contains('n'))
-        measureOverlays(true);
+        measureOverlays(false, 0, false);
+    // A person takes a good tenth of a second from starting a drag to pressing Shift; 0
+    // is Shift pressed right after the drag's first steps. The windows kept, in the same
+    // rhythm, are the reference: each repetition starts from a few idle milliseconds,
+    // which alone makes everything slower than back-to-back gestures in one drag.
+    if (sections.contains('n')) {
+        measureOverlays(true, shiftAfterMs, true);
+        if (shiftAfterMs > 0)
+            measureOverlays(true, 0, true);
+        measureOverlays(true, shiftAfterMs, false);
+    }
 
     // --- Highlight and event cost -------------------------------------------------------
     if (sections.contains('h')) {

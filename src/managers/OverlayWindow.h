@@ -28,4 +28,12 @@ public:
 
     // Nothing when the screen's display is not connected.
     virtual std::unique_ptr<OverlayWindow> createOverlay(const Screen& screen, std::shared_ptr<Layout> layout) = 0;
+
+    // A zone gesture may follow soon: whatever makes createOverlay() for this screen
+    // quicker can be done now, off the screen. Nothing by default.
+    virtual void prepareOverlay(const Screen& screen, std::shared_ptr<Layout> layout)
+    {
+        Q_UNUSED(screen);
+        Q_UNUSED(layout);
+    }
 };

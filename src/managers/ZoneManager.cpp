@@ -11,6 +11,7 @@
 #include "models/Layout.h"
 
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -138,6 +139,21 @@ void ZoneManager::removeOverlayWindows()
         overlay->hide();
         overlay.reset();
     }
+}
+
+void ZoneManager::prepareOverlayWindows()
+{
+    if (m_preparePending)
+        return;
+    m_preparePending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_preparePending = false;
+        // Zone mode came on meanwhile: its overlays are made already.
+        if (hasOverlays())
+            return;
+        for (const Screen& screen : m_screens.screens())
+            m_overlays.prepareOverlay(screen, m_layouts.activeFor(screen));
+    });
 }
 
 bool ZoneManager::isCursorInZone(const Zone& zone) const

@@ -41,6 +41,10 @@ public:
 
     void showOverlayWindows();
     void removeOverlayWindows();
+    // A window drag began, so a zone gesture may follow: has every screen's overlay made
+    // ready off the screen, once the current event is handled (a gesture that starts
+    // with the drag is not held up, and finds nothing to wait for).
+    void prepareOverlayWindows();
 
     // Whether the pointer is over the zone (as a point, or as a square of side
     // autoSpanDistance while spanning adjacent zones). A zone on another screen never is.
@@ -104,6 +108,7 @@ private:
     Settings& m_settings;
     OverlayFactory& m_overlays;
     std::vector<std::pair<Screen, std::unique_ptr<OverlayWindow>>> m_overlayWindows;
+    bool m_preparePending = false;
     QHash<quint32, WindowPtr> m_snappedWindows;
     QHash<QString, std::vector<WindowPtr>> m_snappedWindowsByZone;
     // The screen id of the zones each snapped window stands in.

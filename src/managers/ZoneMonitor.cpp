@@ -23,6 +23,12 @@ void ZoneMonitor::stopMonitoring()
     m_dragMonitor.removeObserver(this);
 }
 
+void ZoneMonitor::windowDragDidStart(const WindowDragEvent& event)
+{
+    Q_UNUSED(event);
+    m_zoneManager.prepareOverlayWindows();
+}
+
 void ZoneMonitor::windowDragDidEnd(const WindowDragEvent& event)
 {
     if (event.window && m_zoneManager.isWindowSnapped(*event.window))

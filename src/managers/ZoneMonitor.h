@@ -7,7 +7,8 @@ class ZoneManager;
 
 // Takes a snapped window out of its zones when the user finishes dragging it, restoring
 // its earlier size if the settings ask for that. Registered with the drag monitor before
-// the gesture monitor, so the old position is given up before a new snap lands.
+// the gesture monitor, so the old position is given up before a new snap lands. When a
+// drag begins it has the overlays made ready, since a zone gesture may follow.
 class ZoneMonitor final : public WindowDragObserver
 {
 public:
@@ -20,6 +21,7 @@ public:
     void startMonitoring();
     void stopMonitoring();
 
+    void windowDragDidStart(const WindowDragEvent& event) override;
     void windowDragDidEnd(const WindowDragEvent& event) override;
 
 private:

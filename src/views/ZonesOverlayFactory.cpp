@@ -80,22 +80,50 @@ void ZonesOverlayFactory::setEngine(ZoneOverlayEngine* engine)
     m_engine = engine;
 }
 
-std::unique_ptr<OverlayWindow> ZonesOverlayFactory::createOverlay(const Screen& screen, std::shared_ptr<Layout> layout)
+std::optional<QRect> ZonesOverlayFactory::overlayFrame(const Screen& screen) const
 {
     if (!m_engine) {
         qCCritical(lcOverlay) << "Zone overlay requested before the overlays were bound to the engine";
-        return nullptr;
+        return std::nullopt;
     }
     const std::optional<QRectF> frame = m_screens.visibleFrameOf(screen);
     if (!frame) {
         qCDebug(lcOverlay) << "No zone overlay for" << screen.id() << ": its display is not connected";
-        return nullptr;
+        return std::nullopt;
     }
-    const QRect pixels = frame->toAlignedRect();
-    if (ZonesWindow* kept = takeKept(screen, layout, pixels))
-        return std::make_unique<ZonesOverlay>(kept, *this);
+    return frame->toAlignedRect();
+}
+
+ZonesWindow* ZonesOverlayFactory::makeWindow(const Screen& screen, std::shared_ptr<Layout> layout, const QRect& frame)
+{
     auto viewModel = std::make_unique<ZonesViewModel>(screen, std::move(layout), *m_engine, m_settings, m_screens);
-    return std::make_unique<ZonesOverlay>(new ZonesWindow(std::move(viewModel), pixels, m_settings, m_effects), *this);
+    return new ZonesWindow(std::move(viewModel), frame, m_settings, m_effects);
+}
+
+std::unique_ptr<OverlayWindow> ZonesOverlayFactory::createOverlay(const Screen& screen, std::shared_ptr<Layout> layout)
+{
+    const std::optional<QRect> frame = overlayFrame(screen);
+    if (!frame)
+        return nullptr;
+    if (ZonesWindow* kept = takeKept(screen, layout, *frame))
+        return std::make_unique<ZonesOverlay>(kept, *this);
+    return std::make_unique<ZonesOverlay>(makeWindow(screen, std::move(layout), *frame), *this);
+}
+
+void ZonesOverlayFactory::prepareOverlay(const Screen& screen, std::shared_ptr<Layout> layout)
+{
+    const std::optional<QRect> frame = overlayFrame(screen);
+    if (!frame)
+        return;
+    // Taken and kept again: a drag counts as asking for it, and windows that no longer
+    // fit go now rather than when the timer runs out.
+    ZonesWindow* window = takeKept(screen, layout, *frame);
+    if (!window) {
+        qCDebug(lcOverlay) << "Preparing the zone overlay of" << screen.name();
+        window = makeWindow(screen, std::move(layout), *frame);
+        window->prepare();
+    }
+    keep(window);
 }
 
 int ZonesOverlayFactory::keptCount() const

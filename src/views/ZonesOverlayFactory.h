@@ -6,6 +6,7 @@
 #include <QRect>
 #include <QTimer>
 
+#include <optional>
 #include <vector>
 
 class DesktopEffects;
@@ -22,7 +23,9 @@ class ZonesWindow;
 // with the same layout and frame, shows it again instead of creating a native window
 // and its backing store, which is most of the time it takes an overlay to appear. Kept
 // windows are deleted once nothing has asked for them for keepHiddenMs, so an idle
-// Parqueta holds no overlay memory and no timer.
+// Parqueta holds no overlay memory and no timer. The first gesture after that is not
+// slower for it: the drag that may lead to it has the windows made and kept
+// beforehand (prepareOverlay()), while the user has yet to press Shift.
 //
 // The engine the overlays talk to is ZoneManager itself, which needs this factory to be
 // constructed; so the engine is handed over afterwards:
@@ -45,6 +48,9 @@ public:
 
     // Nothing when the screen's display is not connected (or no engine was set).
     std::unique_ptr<OverlayWindow> createOverlay(const Screen& screen, std::shared_ptr<Layout> layout) override;
+    // Makes the window createOverlay() would, gets it ready off the screen (see
+    // ZonesWindow::prepare()) and keeps it, unless a kept one fits already.
+    void prepareOverlay(const Screen& screen, std::shared_ptr<Layout> layout) override;
 
     // Windows off the screen waiting for the next gesture.
     int keptCount() const;
@@ -53,6 +59,10 @@ public:
     void keep(ZonesWindow* window);
 
 private:
+    // The screen's visible frame in device pixels; nothing (and a log line) when no
+    // overlay can be made for it.
+    std::optional<QRect> overlayFrame(const Screen& screen) const;
+    ZonesWindow* makeWindow(const Screen& screen, std::shared_ptr<Layout> layout, const QRect& frame);
     ZonesWindow* takeKept(const Screen& screen, const std::shared_ptr<Layout>& layout, const QRect& frame);
     void dropKept();
 

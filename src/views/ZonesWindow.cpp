@@ -6,6 +6,7 @@
 #include "views/ZonesView.h"
 #include "views/ZonesViewModel.h"
 
+#include <QBackingStore>
 #include <QPropertyAnimation>
 #include <QWindow>
 
@@ -94,6 +95,31 @@ void ZonesWindow::disappear()
     m_parked = true;
 }
 
+void ZonesWindow::prepare()
+{
+    if (isVisible() || windowHandle())
+        return;
+    create();
+    if (testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent()) {
+        // Invisible before it is mapped: the compositor reads the opacity at the map.
+        setWindowOpacity(0.0);
+        m_view->setBlank(true);
+        m_parked = true;
+        show();
+        return;
+    }
+    // Rendering once delivers the resize events a first show would, so the shape traced
+    // below is the one the window keeps, and it writes every page of the new backing
+    // store, whose first touch is what makes a new window's first paint slow.
+    QBackingStore* store = backingStore();
+    store->resize(size());
+    const QRegion all(rect());
+    store->beginPaint(all);
+    render(store->paintDevice(), QPoint(), all);
+    store->endPaint();
+    updateMask();
+}
+
 void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
@@ -102,7 +128,9 @@ void ZonesWindow::showEvent(QShowEvent* event)
         updateMask();
         m_effects.placeExactly(*window, m_desktopFrame);
     }
-    startShowing();
+    // A window prepared parked stays off duty until it is asked to appear.
+    if (!m_parked)
+        startShowing();
 }
 
 void ZonesWindow::hideEvent(QHideEvent* event)

@@ -49,6 +49,10 @@ public:
     // from the screen, which is most of the time it takes to appear with a compositor.
     void disappear();
     bool isParked() const { return m_parked; }
+    // Gets a window that was never shown ready to appear at once: its native window,
+    // its shape and a filled backing store are made now. With a compositor it is parked
+    // (mapped and invisible), as a kept window is; without one it stays unmapped.
+    void prepare();
     // On the screen for the user: shown and not parked.
     bool isShowing() const { return isVisible() && !m_parked; }
     // The window's shape in its own coordinates; empty when it is not shaped or has not

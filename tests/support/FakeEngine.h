@@ -12,10 +12,12 @@
 #include "managers/WindowManager.h"
 #include "managers/ZoneGestureMonitor.h"
 #include "managers/ZoneManager.h"
+#include "managers/ZoneMonitor.h"
 
 // The engine wired as the application wires it, on the platform fakes and a settings
 // store in memory. Overlays are the view layer's (tested there and end to end): here
-// every screen gets none. Tests set the displays before they read the screens; the
+// every screen gets none unless a test asks for stand-ins, and the factory notes which
+// screens it was asked for and asked to prepare. Tests set the displays before they read the screens; the
 // model benchmark gives it the JSON file store to measure the engine as it runs.
 struct FakeEngine
 {
@@ -25,10 +27,19 @@ struct FakeEngine
 
     struct NoOverlays final : OverlayFactory
     {
-        std::unique_ptr<OverlayWindow> createOverlay(const Screen&, std::shared_ptr<Layout>) override
+        struct StandIn final : OverlayWindow
         {
-            return nullptr;
+            void show() override { }
+            void hide() override { }
+        };
+        std::unique_ptr<OverlayWindow> createOverlay(const Screen& screen, std::shared_ptr<Layout>) override
+        {
+            created << screen.name();
+            return standIns ? std::make_unique<StandIn>() : nullptr;
         }
+        void prepareOverlay(const Screen& screen, std::shared_ptr<Layout>) override { prepared << screen.name(); }
+        bool standIns = false;
+        QStringList created, prepared;
     };
 
     FakeDisplayServer displays;
@@ -45,4 +56,5 @@ struct FakeEngine
     WindowDragMonitor dragMonitor {input, windows};
     ZoneGestureMonitor gestures {dragMonitor, input, settings};
     ZoneManager zoneManager {screens, layouts, windows, gestures, shortcuts, settings, overlays};
+    ZoneMonitor zoneMonitor {zoneManager, dragMonitor};
 };

@@ -3,6 +3,8 @@
 #include "FakeEngine.h"
 #include "TestSupport.h"
 
+#include <QCoreApplication>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -411,6 +413,50 @@ TEST_F(Engine, ExcludedApplicationsAndOtherKindsAreNeverDraggedIntoZonesNorMoved
         EXPECT_EQ(writes().isEmpty(), row.leftAlone);
     }
     gestures.removeObserver(&observer);
+}
+
+// A drag may turn into a zone gesture: once its first event is handled, every screen's
+// overlay is made ready, once per drag; not for a window left alone, and not when zone
+// mode came with the drag, whose overlays exist already (a second set would be made).
+TEST_F(Engine, ADragHasTheOverlaysMadeReadyUnlessZoneModeCameWithIt)
+{
+    overlays.standIns = true;
+    // In the application's order: the zone monitor hears of a drag before the gestures.
+    gestures.stopMonitoring();
+    zoneMonitor.startMonitoring();
+    gestures.startMonitoring();
+    const QStringList both {"LEFT", "RIGHT"};
+    struct Row
+    {
+        const char* what;
+        Qt::KeyboardModifiers held;
+        QStringList excluded, prepared, created;
+    };
+    const Row rows[] = {
+        {"a plain drag", {}, {}, both, {}},
+        {"Shift held at the press", Qt::ShiftModifier, {}, {}, both},
+        {"a window left alone", {}, {"FakeApp"}, {}, {}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        settings.setValue(Keys::excludedApplications, row.excluded);
+        overlays.prepared.clear();
+        overlays.created.clear();
+        control.setWindowAtCursor(7);
+        input.setModifiers(row.held);
+        input.pressLeft();
+        input.moveBy(1, 0);
+        step();
+        step();
+        QCoreApplication::processEvents();
+        step();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(overlays.prepared, row.prepared);
+        EXPECT_EQ(overlays.created, row.created);
+        input.releaseLeft();
+        input.setModifiers({});
+        QCoreApplication::processEvents();
+    }
 }
 
 TEST_F(Engine, CyclingRaisesTheWindowsOfOneZoneInSnapOrderAndDropsClosedOnes)

@@ -445,6 +445,48 @@ TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillF
     EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
 }
 
+// A drag has the window made before zone mode comes: with a compositor it waits parked
+// and invisible, without one unmapped and shaped as it will be shown. The next gesture
+// shows that very window; preparing again makes no second one.
+TEST_F(Views, APreparedWindowWaitsOutOfSightAndIsTheOneTheNextGestureShows)
+{
+    for (const bool compositor : {true, false}) {
+        SCOPED_TRACE(compositor ? "with a compositor" : "without one");
+        effects.setTranslucent(compositor);
+        factory.prepareOverlay(screen, layout);
+        factory.prepareOverlay(screen, layout);
+        ASSERT_EQ(zonesWindows().size(), 1);
+        ZonesWindow* prepared = zonesWindows().first();
+        EXPECT_EQ(factory.keptCount(), 1);
+        EXPECT_FALSE(prepared->isShowing());
+        EXPECT_TRUE(engine.observers.empty()) << "it follows no gesture yet";
+        EXPECT_EQ(prepared->isVisible(), compositor);
+        if (compositor) {
+            EXPECT_TRUE(prepared->isParked());
+            EXPECT_EQ(prepared->windowOpacity(), 0.0);
+            EXPECT_EQ(pixel(prepared->view(), interior(1)).alpha(), 0);
+        } else {
+            EXPECT_NE(prepared->windowHandle(), nullptr);
+            const std::unique_ptr<ZonesWindow> plain = makeWindow();
+            plain->show();
+            EXPECT_FALSE(prepared->shape().isEmpty());
+            EXPECT_EQ(prepared->shape(), plain->shape()) << "shaped for the size it will be shown at";
+        }
+        const QRegion shape = prepared->shape();
+
+        std::unique_ptr<OverlayWindow> overlay = factory.createOverlay(screen, layout);
+        overlay->show();
+        EXPECT_EQ(zonesWindows(), QList<ZonesWindow*> {prepared});
+        EXPECT_TRUE(prepared->isShowing());
+        EXPECT_EQ(prepared->windowOpacity(), 0.0) << "fading in from nothing";
+        EXPECT_EQ(prepared->shape(), shape);
+        EXPECT_NE(pixel(prepared->view(), interior(1)).alpha(), 0);
+        EXPECT_TRUE(engine.observers.contains(&prepared->viewModel()));
+        overlay.reset();
+        EXPECT_TRUE(waitFor([] { return zonesWindows().isEmpty(); }));
+    }
+}
+
 // The engine drops its overlays inside its own gesture-end callback; the view model,
 // notified after it from the same snapshot of observers, must still be alive to snap.
 TEST_F(Views, AnOverlayDroppedDuringTheEndNotificationStillSnaps)
