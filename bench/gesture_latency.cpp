@@ -14,7 +14,8 @@
 // shapes (bare windows shaped alike, no Parqueta).
 // --picture saves the whole screen once, the overlays (kept from an earlier gesture)
 // faded in and the second zone highlighted, first of all: the same command before and
-// after a change shows whether the overlay still looks the same, pixel for pixel.
+// after a change shows whether the overlay still looks the same, pixel for pixel. Before
+// that it saves the drag alone, before zone mode, as FILE-drag.png: no overlay in it.
 // --compositor 0 and 1 still mean none and xcompmgr.
 //
 // Starts a virtual desktop (Xvfb with two monitors, openbox, a plain client; the
@@ -289,6 +290,12 @@ int main(int argc, char** argv)
     // --- Picture ------------------------------------------------------------------------
     if (!picture.isEmpty()) {
         beginDrag();
+        // The drag alone, zone mode not yet on: its overlays are being made ready, out of
+        // sight. This picture must show the desktop and the dragged window only.
+        pump(300);
+        const QString dragPicture = QString(picture).replace(QLatin1String(".png"), QLatin1String("-drag.png"));
+        std::printf("Picture of the drag before zone mode %s %s\n",
+            RootScreenshot::save(dragPicture) ? "saved to" : "could not be saved to", qPrintable(dragPicture));
         // Zone mode on and off once first: the picture shows the windows kept from an
         // earlier gesture, as every gesture but the first one sees them.
         xtest.keyDown(kShift);
