@@ -100,6 +100,16 @@ void ZonesWindow::prepare()
     if (isVisible() || windowHandle())
         return;
     create();
+    // Rendering once delivers the resize events a first show would, so the shape traced
+    // below is the one the window keeps; it draws the number tiles, and it writes every
+    // page of the new backing store, whose first touch is what makes a new window's
+    // first paint slow.
+    QBackingStore* store = backingStore();
+    store->resize(size());
+    const QRegion all(rect());
+    store->beginPaint(all);
+    render(store->paintDevice(), QPoint(), all);
+    store->endPaint();
     if (testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent()) {
         // Invisible before it is mapped: the compositor reads the opacity at the map.
         setWindowOpacity(0.0);
@@ -108,15 +118,6 @@ void ZonesWindow::prepare()
         show();
         return;
     }
-    // Rendering once delivers the resize events a first show would, so the shape traced
-    // below is the one the window keeps, and it writes every page of the new backing
-    // store, whose first touch is what makes a new window's first paint slow.
-    QBackingStore* store = backingStore();
-    store->resize(size());
-    const QRegion all(rect());
-    store->beginPaint(all);
-    render(store->paintDevice(), QPoint(), all);
-    store->endPaint();
     updateMask();
 }
 
