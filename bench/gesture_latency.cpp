@@ -3,7 +3,7 @@
 // platform, exactly as the parqueta executable wires it.
 //
 //   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
-//                 [--depth 0] [--sections ohsf (of onhsfb)] [--picture overlay.png]
+//                 [--depth 0] [--sections ohsf (of onhsfbp)] [--picture overlay.png]
 //                 [--shift-after 150]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
@@ -11,7 +11,8 @@
 // parts to run: o overlay, n overlay after a pause (new windows each time, Shift pressed
 // --shift-after ms after each drag began, then with the drag's first steps), h highlight
 // and event handling, s snap, f the floor, b the X server's own floor under the overlays'
-// shapes (bare windows shaped alike, no Parqueta).
+// shapes (bare windows shaped alike, no Parqueta), p a plain drag with the overlays
+// parked (with a compositor) and without them: the compositor's and the server's CPU.
 // --picture saves the whole screen once, the overlays (kept from an earlier gesture)
 // faded in and the second zone highlighted, first of all: the same command before and
 // after a change shows whether the overlay still looks the same, pixel for pixel. Before
@@ -56,6 +57,8 @@
 #include "views/ZonesWindow.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QPainter>
 #include <QSet>
 #include <QWindow>
@@ -70,6 +73,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 #include <xcb/xcb.h>
 
@@ -411,6 +416,59 @@ int main(int argc, char** argv)
         if (shiftAfterMs > 0)
             measureOverlays(true, 0, true);
         measureOverlays(true, shiftAfterMs, false);
+    }
+
+    // --- A plain drag over parked windows ----------------------------------------------
+    // A drag that never becomes a gesture still has the overlays made ready, and with a
+    // compositor they stay mapped, invisible, until released: what they cost the
+    // compositor and the X server while windows are dragged, against the same drag with
+    // them deleted.
+    if (sections.contains('p')) {
+        const auto cpuMsOf = [](const char* command) {
+            double ms = 0;
+            for (const QString& pid : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+                QFile comm(QStringLiteral("/proc/%1/comm").arg(pid));
+                if (!comm.open(QIODevice::ReadOnly) || comm.readAll().trimmed() != command)
+                    continue;
+                QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+                if (!stat.open(QIODevice::ReadOnly))
+                    continue;
+                const QList<QByteArray> fields = stat.readAll().split(')').value(1).split(' ');
+                // After the command: state is field 3, utime 14 and stime 15.
+                ms += (fields.value(12).toDouble() + fields.value(13).toDouble()) * 1000.0 / double(sysconf(_SC_CLK_TCK));
+            }
+            return ms;
+        };
+        const char* compositorCommand = *compositor == CompositorKind::Picom ? "picom" : "xcompmgr";
+        std::printf("\nA plain drag (no zone mode), %d motion events/s for %d s:\n", rate, seconds);
+        for (const bool parked : {true, false}) {
+            beginDrag();
+            pump(300);
+            int deleted = 0;
+            for (QWidget* widget : QApplication::topLevelWidgets()) {
+                auto* window = qobject_cast<ZonesWindow*>(widget);
+                if (!parked && window && !window->isShowing()) {
+                    delete window;
+                    ++deleted;
+                }
+            }
+            pump(100);
+            std::atomic<long> sent {0};
+            std::atomic<bool> stop {false};
+            const double compositor0 = cpuMsOf(compositorCommand), server0 = cpuMsOf("Xvfb");
+            Bench::RoundTripProbe serverProbe;
+            std::thread driver(Bench::driveMotion, std::ref(sent), std::ref(stop), rate, false, start, seconds * 1000);
+            pump(seconds * 1000);
+            stop.store(true);
+            driver.join();
+            std::printf("  %s: %s %.0f ms of CPU, Xvfb %.0f ms\n",
+                parked ? "the overlays made ready and parked" : "no overlay windows",
+                *compositor == CompositorKind::None ? "no compositor," : compositorCommand,
+                cpuMsOf(compositorCommand) - compositor0, cpuMsOf("Xvfb") - server0);
+            Bench::print("  a bare client's round trip meanwhile", Bench::stats(serverProbe.stop()));
+            xtest.release(1);
+            pump(300);
+        }
     }
 
     // --- Highlight and event cost -------------------------------------------------------
