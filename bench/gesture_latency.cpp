@@ -773,50 +773,40 @@ int main(int argc, char** argv)
         const std::vector<double> qtDragUs = newWindows(*compositor != CompositorKind::None);
         xtest.release(1);
         pump(100);
-        std::vector<double> reusedUs;
-        {
+        // The same windows hidden and shown again, back to back, or in the rhythm of the
+        // overlay after a pause: each time a new drag, the windows shown shiftAfterMs after
+        // it began (with a compositor a trivial client's hidden window is unmapped, not
+        // parked).
+        const auto shownAgain = [&](bool translucent, bool inNewDrags) {
+            std::vector<double> us;
             std::vector<std::unique_ptr<PlainOverlay>> windows;
             for (const Screen& screen : screens.screens())
-                windows.push_back(std::make_unique<PlainOverlay>(screens.visibleFrameOf(screen)->toRect(), true));
+                windows.push_back(
+                    std::make_unique<PlainOverlay>(screens.visibleFrameOf(screen)->toRect(), translucent));
             for (int i = 0; i < reps; ++i) {
+                if (inNewDrags) {
+                    beginDrag(i % 2 == 1);
+                    pump(shiftAfterMs);
+                }
                 const Clock::time_point t0 = Clock::now();
                 for (auto& w : windows) {
                     w->painted = false;
                     w->show();
                 }
                 if (allPainted(windows))
-                    reusedUs.push_back(Bench::microseconds(t0, Clock::now()));
+                    us.push_back(Bench::microseconds(t0, Clock::now()));
                 for (auto& w : windows)
                     w->hide();
                 pump(10);
-            }
-        }
-        // In the rhythm of the overlay after a pause: each time a new drag, and the
-        // windows shown shiftAfterMs after it began (with a compositor a trivial client's
-        // hidden window is unmapped, not parked).
-        std::vector<double> reusedDragUs;
-        {
-            std::vector<std::unique_ptr<PlainOverlay>> windows;
-            for (const Screen& screen : screens.screens())
-                windows.push_back(std::make_unique<PlainOverlay>(
-                    screens.visibleFrameOf(screen)->toRect(), *compositor != CompositorKind::None));
-            for (int i = 0; i < reps; ++i) {
-                beginDrag(i % 2 == 1);
-                pump(shiftAfterMs);
-                const Clock::time_point t0 = Clock::now();
-                for (auto& w : windows) {
-                    w->painted = false;
-                    w->show();
+                if (inNewDrags) {
+                    xtest.release(1);
+                    pump(30);
                 }
-                if (allPainted(windows))
-                    reusedDragUs.push_back(Bench::microseconds(t0, Clock::now()));
-                for (auto& w : windows)
-                    w->hide();
-                pump(10);
-                xtest.release(1);
-                pump(30);
             }
-        }
+            return us;
+        };
+        const std::vector<double> reusedUs = shownAgain(true, false);
+        const std::vector<double> reusedDragUs = shownAgain(*compositor != CompositorKind::None, true);
         for (int i = 0; i < reps; ++i) {
             xcbUs.push_back(bareXcbWindowUs(QRect(0, 0, 1280, 1080)));
             pump(5);

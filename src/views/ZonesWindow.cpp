@@ -81,14 +81,24 @@ void ZonesWindow::disappear()
 {
     if (!isVisible() || m_parked)
         return;
-    // Only a compositor hides a window by its opacity. Without one a parked window would
-    // stand as a black sheet over the screen, and the shaped opaque overlay gains
-    // nothing from staying mapped anyway.
-    if (!testAttribute(Qt::WA_TranslucentBackground) || !m_effects.overlaysCanBeTranslucent()) {
+    if (!canPark()) {
         hide();
         return;
     }
     stopShowing();
+    park();
+}
+
+bool ZonesWindow::canPark() const
+{
+    // Only a compositor hides a window by its opacity. Without one a parked window would
+    // stand as a black sheet over the screen, and the shaped opaque overlay gains
+    // nothing from staying mapped anyway.
+    return testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent();
+}
+
+void ZonesWindow::park()
+{
     setWindowOpacity(0.0);
     // Transparent pixels too: a compositor that ignored the opacity must show nothing.
     m_view->setBlank(true);
@@ -110,11 +120,9 @@ void ZonesWindow::prepare()
     store->beginPaint(all);
     render(store->paintDevice(), QPoint(), all);
     store->endPaint();
-    if (testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent()) {
+    if (canPark()) {
         // Invisible before it is mapped: the compositor reads the opacity at the map.
-        setWindowOpacity(0.0);
-        m_view->setBlank(true);
-        m_parked = true;
+        park();
         show();
         return;
     }

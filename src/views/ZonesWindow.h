@@ -65,6 +65,10 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    // Whether the window can wait mapped and invisible (see disappear()).
+    bool canPark() const;
+    // Out of sight by its opacity and its pixels, while it stays mapped.
+    void park();
     void setTranslucent(bool translucent);
     void updateMask();
     void startShowing();
