@@ -3,7 +3,7 @@
 // platform, exactly as the parqueta executable wires it.
 //
 //   bench_gesture [--reps 200] [--rate 1000] [--seconds 3] [--compositor none|xcompmgr|picom]
-//                 [--depth 0] [--sections ohsf (of onhsfbp)] [--picture overlay.png]
+//                 [--depth 0] [--sections ohsf (of onhsfbpx)] [--picture overlay.png]
 //                 [--shift-after 150]
 //
 // --depth D replaces every screen's layout by 2^D zones (splits in half, vertical and
@@ -12,7 +12,8 @@
 // --shift-after ms after each drag began, then with the drag's first steps), h highlight
 // and event handling, s snap, f the floor, b the X server's own floor under the overlays'
 // shapes (bare windows shaped alike, no Parqueta), p a plain drag with the overlays
-// parked (with a compositor) and without them: the compositor's and the server's CPU.
+// parked (with a compositor) and without them: the compositor's and the server's CPU,
+// x a bare xcb client in the overlays' place, shown and repainted as they are.
 // --picture saves the whole screen once, the overlays (kept from an earlier gesture)
 // faded in and the second zone highlighted, first of all: the same command before and
 // after a change shows whether the overlay still looks the same, pixel for pixel. Before
@@ -33,6 +34,7 @@
 // backing store is flushed to the X server in the same event) followed by a round trip
 // on Qt's connection, so the server has drawn the pixels when the clock stops. Qt paints
 // a window only once the server has exposed it, so painted implies mapped.
+#include "BareOverlayClient.h"
 #include "BenchSupport.h"
 #include "ConfigureWatcher.h"
 #include "PaintClock.h"
@@ -694,6 +696,120 @@ int main(int argc, char** argv)
         }
         xtest.release(1);
         pump(300);
+    }
+
+    // --- A bare client in the overlays' place ----------------------------------------------
+    // The floor of the overlay and highlight figures: windows of the overlays' frames,
+    // visual and shapes (taken off the real ones), shown and repainted by a bare xcb client
+    // that reacts to the same raw input, in the same rhythms, with its pixels ready.
+    if (sections.contains('x')) {
+        // Neither Parqueta nor openbox's move does anything with a plain 'z'.
+        constexpr uint32_t kTrigger = 0x7a;
+        const bool translucent = *compositor != CompositorKind::None;
+        beginDrag();
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
+        std::vector<Bench::BareOverlayClient::Window> windows;
+        QRegion leftShapes[2];
+        size_t leftIndex = 0;
+        QPoint leftOrigin;
+        bool logicalPixels = false;
+        for (const int zone : {1, 0}) {
+            xtest.moveTo(qRound(targets[size_t(zone)].center.x()), qRound(targets[size_t(zone)].center.y()));
+            pump(100);
+            windows.clear();
+            for (ZonesWindow* window : visibleOverlays()) {
+                // Qt's mask is in its own pixels; the server's are wanted.
+                logicalPixels = logicalPixels || window->devicePixelRatio() != 1;
+                if (window->screen().name() == left->name()) {
+                    leftIndex = windows.size();
+                    leftShapes[zone] = window->shape();
+                    leftOrigin = window->desktopFrame().topLeft();
+                }
+                windows.push_back({window->desktopFrame(), window->shape()});
+            }
+        }
+        xtest.keyUp(kShift);
+        pump(20);
+        xtest.keyDown(kShift);
+        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        xtest.keyUp(kShift);
+        xtest.release(1);
+        pump(300);
+        Bench::BareOverlayClient bare(windows, translucent);
+        if (!bare.isValid() || logicalPixels) {
+            std::printf("\nNo bare client: it needs MIT-SHM, XInput 2.2%s and a device-pixel ratio of 1\n",
+                translucent ? ", a 32-bit visual" : "");
+        } else {
+            const auto waitDone = [&](std::vector<double>& us, Clock::time_point t0) {
+                if (Bench::runUntil([&] { return bare.done().has_value(); }, 2000))
+                    us.push_back(Bench::microseconds(t0, *bare.done()));
+            };
+            // Back to back within one drag, as the kept overlays; or each time a new drag,
+            // the key pressed shiftAfterMs after it began, as the overlay after a pause.
+            const auto shown = [&](bool inNewDrags) {
+                std::vector<double> us;
+                if (!inNewDrags)
+                    beginDrag();
+                for (int i = 0; i < reps; ++i) {
+                    if (inNewDrags) {
+                        pump(20);
+                        beginDrag(i % 2 == 1);
+                        pump(shiftAfterMs);
+                    }
+                    bare.showOnNextKeyPress();
+                    const Clock::time_point t0 = Clock::now();
+                    xtest.keyDown(kTrigger);
+                    waitDone(us, t0);
+                    xtest.keyUp(kTrigger);
+                    pump(5);
+                    bare.hide();
+                    pump(10);
+                    if (inNewDrags) {
+                        xtest.release(1);
+                        pump(30);
+                    }
+                }
+                xtest.release(1);
+                pump(200);
+                return us;
+            };
+            const std::vector<double> backToBack = shown(false);
+            const std::vector<double> inNewDrags = shown(true);
+            // The highlight's step: the pointer into the other zone, the zone left and the
+            // zone entered drawn anew, and without a compositor the shape of the new highlight.
+            std::vector<double> stepUs, ignored;
+            bare.showOnNextKeyPress();
+            xtest.keyDown(kTrigger);
+            waitDone(ignored, Clock::now());
+            xtest.keyUp(kTrigger);
+            beginDrag();
+            xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
+            pump(50);
+            for (int i = 0; i < reps; ++i) {
+                const size_t zone = size_t(i % 2);
+                const std::vector<QRect> rects {targets[zone].rect.toRect().translated(-leftOrigin),
+                    targets[1 - zone].rect.toRect().translated(-leftOrigin)};
+                bare.repaintOnNextMotion(leftIndex, rects, translucent ? QRegion() : leftShapes[zone]);
+                const Clock::time_point t0 = Clock::now();
+                xtest.moveTo(qRound(targets[zone].center.x()), qRound(targets[zone].center.y()));
+                waitDone(stepUs, t0);
+                pump(5);
+            }
+            xtest.release(1);
+            bare.hide();
+            pump(300);
+            std::printf("\nA bare xcb client in the overlays' place (%s windows, %d rectangles in the left one's "
+                        "shape, pixels ready in shared memory), reacting to raw input:\n",
+                translucent ? "32-bit, parked" : "opaque, unmapped", leftShapes[0].rectCount());
+            Bench::print("a key pressed during a drag -> every window drawn", Bench::stats(backToBack), true);
+            const QByteArray rhythm
+                = "  ... pressed " + QByteArray::number(shiftAfterMs) + " ms into a new drag";
+            Bench::print(rhythm.constData(), Bench::stats(inNewDrags), true);
+            Bench::print(translucent ? "pointer into the other zone -> pointer read, both zones drawn"
+                                     : "pointer into the other zone -> pointer read, both zones drawn, shape set",
+                Bench::stats(stepUs), true);
+        }
     }
 
     // --- Snap ---------------------------------------------------------------------------

@@ -26,8 +26,13 @@ bool PaintClock::notify(QObject* receiver, QEvent* event)
     }
     if (event->type() == QEvent::Expose && receiver->isWindowType()) {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (widget->windowHandle() == receiver && watchedWindow(widget))
-                lastExposed = Clock::now();
+            if (widget->windowHandle() != receiver || !watchedWindow(widget))
+                continue;
+            lastExposed = Clock::now();
+            // A window whose pixels are all still in its backing store (one parked by its
+            // shape) is not painted again: Qt sends them in the handling of the expose.
+            if (static_cast<QWindow*>(receiver)->isExposed())
+                m_painted.append(widget);
         }
     }
     const Clock::time_point began = Clock::now();
