@@ -13,6 +13,11 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPaintEngine>
+
+#include <algorithm>
+#include <iterator>
+#include <tuple>
 
 namespace {
 
@@ -209,8 +214,22 @@ void ZonesView::paintZone(QPainter& painter, const Zone& zone, size_t index, con
     const QRectF frame = m_viewModel.frameOf(zone);
     const QRect pixels = pixelFrame(frame);
     if (zone.highlighted()) {
+        // Inside the screen's border the zone lies on the plain backdrop and takes the
+        // blended colour as a plain fill; where it overlaps the border it is blended.
+        const QRect inner
+            = pixels & layoutRect().adjusted(kBorderWidth, kBorderWidth, -kBorderWidth, -kBorderWidth);
+        const std::optional<QColor> lit = litColor(painter, c);
+        QRegion blended(pixels);
+        if (lit && !inner.isEmpty()) {
+            painter.save();
+            painter.setCompositionMode(QPainter::CompositionMode_Source);
+            painter.fillRect(inner, *lit);
+            painter.restore();
+            blended -= inner;
+        }
         painter.setOpacity(kHighlightOpacity);
-        painter.fillRect(pixels, c.highlight);
+        for (const QRect& r : blended)
+            painter.fillRect(r, c.highlight);
         painter.setOpacity(1);
     }
     painter.setPen(stroke(c.accent, kOutlineWidth));
@@ -234,6 +253,58 @@ void ZonesView::paintNumber(QPainter& painter, const QPainterPath& number, const
 {
     painter.strokePath(number, QPen(c.plate, 2 * kNumberOutline, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.fillPath(number, c.text);
+}
+
+std::optional<QColor> ZonesView::litColor(const QPainter& painter, const Colors& c) const
+{
+    const QPaintDevice* device = painter.paintEngine() ? painter.paintEngine()->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image)
+        return std::nullopt;
+    const QImage::Format format = static_cast<const QImage*>(device)->format();
+    const auto key = std::make_tuple(c.backdrop.rgba(), c.highlight.rgba(), int(format));
+    if (m_lit && m_lit->first == key)
+        return m_lit->second;
+    // A row long enough for the raster engine's vector loops as well as its scalar ends.
+    constexpr int kRow = 64;
+    const auto fill = [&](const QColor& colour, bool blended) {
+        QImage row(kRow, 1, format);
+        QPainter p(&row);
+        p.setCompositionMode(QPainter::CompositionMode_Source);
+        p.fillRect(row.rect(), blended ? c.backdrop : colour);
+        if (blended) {
+            p.setCompositionMode(QPainter::CompositionMode_SourceOver);
+            p.setOpacity(kHighlightOpacity);
+            p.fillRect(row.rect(), c.highlight);
+        }
+        p.end();
+        return row;
+    };
+    const auto uniform = [](const QImage& row) -> std::optional<quint32> {
+        if (row.depth() != 32)
+            return std::nullopt;
+        const auto* bits = reinterpret_cast<const quint32*>(row.constScanLine(0));
+        return std::all_of(bits, bits + row.width(), [&](quint32 b) { return b == bits[0]; })
+            ? std::optional<quint32>(bits[0])
+            : std::nullopt;
+    };
+    std::optional<QColor> result;
+    const QImage blended = fill(QColor(), true);
+    if (const std::optional<quint32> want = uniform(blended)) {
+        // Unpremultiplying may round: the colour itself or one a step off in a channel.
+        const QColor guess = blended.pixelColor(0, 0);
+        for (int i = 0; i < 81 && !result; ++i) {
+            const int steps[] = {i % 3 - 1, i / 3 % 3 - 1, i / 9 % 3 - 1, i / 27 - 1};
+            const int rgba[] = {guess.red() + steps[0], guess.green() + steps[1], guess.blue() + steps[2],
+                guess.alpha() + steps[3]};
+            if (std::any_of(std::begin(rgba), std::end(rgba), [](int v) { return v < 0 || v > 255; }))
+                continue;
+            const QColor candidate(rgba[0], rgba[1], rgba[2], rgba[3]);
+            if (uniform(fill(candidate, false)) == want)
+                result = candidate;
+        }
+    }
+    m_lit.emplace(key, result);
+    return result;
 }
 
 const QImage* ZonesView::numberTile(QPainter& painter, const Zone& zone, size_t index, const Colors& c)

@@ -11,6 +11,8 @@
 #include <QWidget>
 
 #include <optional>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 class QPainter;
@@ -78,6 +80,12 @@ private:
     // device pixels: those numbers are drawn directly.
     const QImage* numberTile(QPainter& painter, const Zone& zone, size_t index, const Colors& colors);
     void paintNumber(QPainter& painter, const QPainterPath& number, const Colors& colors) const;
+    // What a highlighted zone's pixels come out as, the highlight at its opacity over the
+    // backdrop, as a colour that fills to exactly those pixels in the painter's device
+    // format: one plain fill instead of a fill and a blend over the whole zone. Nothing
+    // where no colour does (unpremultiplying a translucent pixel may lose it) or the
+    // device is not an image: the zone is blended then.
+    std::optional<QColor> litColor(const QPainter& painter, const Colors& colors) const;
     void zoneHighlightChanged(int index);
     void redrawAll();
     QFont numberFont() const;
@@ -102,6 +110,8 @@ private:
     // By zone index; dropped with everything that changes how a number looks.
     std::vector<std::optional<NumberTile>> m_numberTiles;
     QTransform m_tilesTransform;
+    // litColor() for (backdrop, highlight, device format).
+    mutable std::optional<std::pair<std::tuple<QRgb, QRgb, int>, std::optional<QColor>>> m_lit;
     // The number font's glyphs, read once for all zones; dropped with the font.
     mutable std::optional<NumberOutlines> m_numbers;
 };

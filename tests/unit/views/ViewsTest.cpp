@@ -20,6 +20,7 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QFontDatabase>
+#include <QPainter>
 #include <QScreen>
 #include <QWindow>
 
@@ -228,6 +229,39 @@ TEST_F(Views, HighlightIsPaintedHalfOverTheBackdropThatFollowsTheDesktopsPalette
     EXPECT_TRUE(waitFor([&] { return isBlend(pixel(*window, interior(0)), kDark, 1, Qt::transparent); }));
     setPalette(QColor(236, 236, 236));
     EXPECT_TRUE(waitFor([&] { return isBlend(pixel(*window, interior(0)), kLight, 1, Qt::transparent); }));
+}
+
+// Inside the screen's border a highlighted zone is one plain fill of the blended colour:
+// it must leave exactly the pixels blending the highlight over what lies there leaves,
+// translucent or opaque, and where the zone overlaps the border too.
+TEST_F(Views, AHighlightedZoneHoldsExactlyTheBlendedPixels)
+{
+    for (const bool translucent : {true, false}) {
+        SCOPED_TRACE(translucent ? "translucent" : "opaque");
+        effects.setTranslucent(translucent);
+        const auto window = makeWindow();
+        const QImage::Format format = translucent ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
+        const auto rendered = [&] {
+            QImage image(window->size(), format);
+            image.fill(Qt::transparent);
+            window->view().render(&image);
+            return image;
+        };
+        move(*window, {});
+        const QImage plain = rendered();
+        move(*window, {"2"});
+        const QImage lit = rendered();
+        const QPoint onBorder(window->width() - 2, zoneRect(1).center().y());
+        ASSERT_TRUE(isBlend(plain.pixelColor(onBorder), kAccent, 1, Qt::transparent)) << "the screen's border";
+        for (const QPoint at : {interior(1), onBorder}) {
+            QImage expected = plain.copy(QRect(at, QSize(1, 1)));
+            QPainter painter(&expected);
+            painter.setOpacity(0.5);
+            painter.fillRect(expected.rect(), kHighlight);
+            painter.end();
+            EXPECT_EQ(lit.pixel(at), expected.pixel(0, 0)) << at.x() << "," << at.y();
+        }
+    }
 }
 
 // A flip repaints only its zone, with the zone's number copied from a tile made for
