@@ -12,7 +12,7 @@
 // --shift-after ms after each drag began, then with the drag's first steps), h highlight
 // and event handling, s snap, f the floor, b the X server's own floor under the overlays'
 // shapes (bare windows shaped alike, no Parqueta), p a plain drag with the overlays
-// parked (with a compositor) and without them: the compositor's and the server's CPU,
+// parked and without them: the compositor's and the server's CPU,
 // x a bare xcb client in the overlays' place, shown and repainted as they are.
 // --picture saves the whole screen once, the overlays (kept from an earlier gesture)
 // faded in and the second zone highlighted, first of all: the same command before and
@@ -421,8 +421,8 @@ int main(int argc, char** argv)
     }
 
     // --- A plain drag over parked windows ----------------------------------------------
-    // A drag that never becomes a gesture still has the overlays made ready, and with a
-    // compositor they stay mapped, invisible, until released: what they cost the
+    // A drag that never becomes a gesture still has the overlays made ready, and they
+    // stay mapped, parked, until released: what they cost the
     // compositor and the X server while windows are dragged, against the same drag with
     // them deleted.
     if (sections.contains('p')) {
@@ -463,10 +463,12 @@ int main(int argc, char** argv)
             pump(seconds * 1000);
             stop.store(true);
             driver.join();
-            std::printf("  %s: %s %.0f ms of CPU, Xvfb %.0f ms\n",
-                parked ? "the overlays made ready and parked" : "no overlay windows",
-                *compositor == CompositorKind::None ? "no compositor," : compositorCommand,
-                cpuMsOf(compositorCommand) - compositor0, cpuMsOf("Xvfb") - server0);
+            const QByteArray compositorCpu = *compositor == CompositorKind::None
+                ? QByteArray("no compositor")
+                : QByteArray(compositorCommand) + " " + QByteArray::number(cpuMsOf(compositorCommand) - compositor0, 'f', 0)
+                    + " ms of CPU";
+            std::printf("  %s: %s, Xvfb %.0f ms\n", parked ? "the overlays made ready and parked" : "no overlay windows",
+                compositorCpu.constData(), cpuMsOf("Xvfb") - server0);
             Bench::print("  a bare client's round trip meanwhile", Bench::stats(serverProbe.stop()));
             xtest.release(1);
             pump(300);
@@ -783,6 +785,7 @@ int main(int argc, char** argv)
             xtest.keyDown(kTrigger);
             waitDone(ignored, Clock::now());
             xtest.keyUp(kTrigger);
+            bare.fadeIn();
             beginDrag();
             xtest.moveTo(qRound(targets[1].center.x()), qRound(targets[1].center.y()));
             pump(50);

@@ -55,25 +55,25 @@ QT_LOGGING_RULES="$quiet" run "$build/bench/bench_drag_input" --rate 1000 --seco
 echo
 echo "== bench_gesture: overlay (kept windows and after a pause), highlight, event handling, snap (Application in"
 echo "   process), the floors; no compositor"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsf
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsxfp
 
 echo
 echo "== bench_gesture with xcompmgr (translucent overlays)"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsf --compositor xcompmgr
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhsxf --compositor xcompmgr
 
 echo
 echo "== bench_gesture with picom (xrender backend, no vsync): overlay, highlight and the floor"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhf --compositor picom
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --sections onhxfp --compositor picom
 
 echo
 echo "== bench_gesture with 64 zones per screen (overlay, highlight, events; the X server under the same shapes"
 echo "   without Parqueta), without a compositor, with xcompmgr and with picom"
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onh
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onhx
 # The server's floor in a process of its own: the sections above end with a snap that
 # leaves the dragged window the size of one small zone.
 run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections b
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onh --compositor xcompmgr
-run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onh --compositor picom
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onhx --compositor xcompmgr
+run "$build/bench/bench_gesture" --reps "$reps" --rate 1000 --seconds 3 --depth 6 --sections onhx --compositor picom
 
 echo
 echo "== bench_editor: zone editor shown, preview line, border drag with 64 zones, borders flash, idle after; without and with xcompmgr"

@@ -189,6 +189,15 @@ void BareOverlayClient::hide()
     wake();
 }
 
+void BareOverlayClient::fadeIn()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_fadeIn = true;
+    }
+    wake();
+}
+
 void BareOverlayClient::wake()
 {
     const uint64_t one = 1;
@@ -206,10 +215,16 @@ void BareOverlayClient::arm(std::function<void()> onKey, std::function<void()> o
 void BareOverlayClient::run()
 {
     while (!m_stop.load()) {
-        bool hide = false;
+        bool hide = false, fadeIn = false;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             hide = std::exchange(m_hide, false);
+            fadeIn = std::exchange(m_fadeIn, false);
+        }
+        if (fadeIn && m_translucent) {
+            for (const Surface& s : m_surfaces)
+                setOpacity(s.window, 0xffffffff);
+            xcb_flush(m_connection);
         }
         if (hide) {
             for (const Surface& s : m_surfaces) {

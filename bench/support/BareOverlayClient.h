@@ -54,6 +54,8 @@ public:
     // Unmapped, or parked at opacity 0, by the reactions' thread: it alone uses the
     // connection once they run, so that no event waits in a queue it does not watch.
     void hide();
+    // Translucent windows at full opacity, as the overlays are once faded in.
+    void fadeIn();
 
 private:
     struct Surface
@@ -85,6 +87,7 @@ private:
     std::mutex m_mutex;
     std::function<void()> m_onKey, m_onMotion;
     bool m_hide = false;
+    bool m_fadeIn = false;
     int m_wake = -1; // an eventfd: hide() or the destructor has something for the thread
     std::atomic<Clock::rep> m_done {0};
     std::atomic<bool> m_stop {false};

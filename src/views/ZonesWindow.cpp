@@ -33,6 +33,9 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
     // when the native window is created; a compositor that starts later finds this
     // window opaque and shaped, the next overlay translucent.
     setAttribute(Qt::WA_TranslucentBackground, effects.overlaysCanBeTranslucent());
+    // The view covers the window and sets every pixel it paints: a background filled
+    // beneath it first would be a second fill of every repainted zone.
+    setAttribute(Qt::WA_NoSystemBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setWindowTitle(QStringLiteral("Parqueta zones"));
 

@@ -43,15 +43,15 @@ public:
     // Shows the window, or brings a parked one back; either way the view model follows
     // the gesture and the fade-in starts over.
     void appear();
-    // Takes the window off the screen. While a compositor blends it, a translucent
-    // window is only parked: it stays mapped, fully transparent and click-through. Mapping
-    // it again would make the X server allocate the window's pixmap anew and fill it
-    // from the screen, which is most of the time it takes to appear with a compositor.
+    // Takes the window off the screen without unmapping it (parks it): where a
+    // compositor blends it, it goes fully transparent; where none does, it keeps its
+    // pixels and takes a shape that leaves nothing of it on the screen. Mapping a window
+    // again costs the X server a new pixmap filled from the screen with a compositor, and
+    // Qt a full repaint without one; a parked window comes back with neither.
     void disappear();
     bool isParked() const { return m_parking != Parking::None; }
     // Gets a window that was never shown ready to appear at once: its native window,
-    // its shape and a filled backing store are made now. With a compositor it is parked
-    // (mapped and invisible), as a kept window is; without one it stays unmapped.
+    // its shape and a filled backing store are made now, and it is mapped parked.
     void prepare();
     // On the screen for the user: shown and not parked.
     bool isShowing() const { return isVisible() && m_parking == Parking::None; }
