@@ -43,16 +43,25 @@ bool PaintClock::notify(QObject* receiver, QEvent* event)
         paintingEventUs.push_back(microseconds(began, Clock::now()));
     if (event->type() == QEvent::Show && watchedWindow(receiver))
         lastShown = Clock::now();
-    if (--m_depth == 0 && !m_painted.isEmpty()) {
-        syncWithServer();
-        const Clock::time_point now = Clock::now();
-        const QList<QPointer<QWidget>> painted = std::exchange(m_painted, {});
-        for (const QPointer<QWidget>& view : painted) {
-            if (view && onPainted)
-                onPainted(view.data(), now);
-        }
-    }
+    if (--m_depth == 0 && !m_painted.isEmpty() && !m_reporting)
+        reportPainted();
     return result;
+}
+
+void PaintClock::reportPainted()
+{
+    // The repaints already asked for (another window's) are what the application does
+    // next anyway; the round trip comes after them, as it would.
+    m_reporting = true;
+    sendPostedEvents(nullptr, QEvent::UpdateRequest);
+    m_reporting = false;
+    syncWithServer();
+    const Clock::time_point now = Clock::now();
+    const QList<QPointer<QWidget>> painted = std::exchange(m_painted, {});
+    for (const QPointer<QWidget>& view : painted) {
+        if (view && onPainted)
+            onPainted(view.data(), now);
+    }
 }
 
 std::optional<double> PaintClock::timeUntilPainted(

@@ -13,11 +13,13 @@
 
 namespace Bench {
 
-// Sees every event the application handles; when the outermost event whose handling
-// painted a watched view is over, syncs with the X server and reports the views painted.
-// The backing store is flushed within that event, so once the round trip returns the
-// server has drawn the pixels. Qt paints a window only after the server exposed it, so
-// painted implies mapped.
+// Sees every event the application handles; once the outermost event whose handling
+// painted a watched view is over, and the repaints already posted with it (another
+// window's), syncs with the X server and reports the views painted. The backing store is
+// flushed within each such event, so once the round trip returns the server has drawn
+// the pixels; a round trip after every one of them would hold up the next window's
+// paint, which the application itself never waits for. Qt paints a window only after
+// the server exposed it, so painted implies mapped.
 class PaintClock final : public QApplication
 {
 public:
@@ -54,8 +56,11 @@ private:
     bool watchedView(const QObject* receiver) const { return isView && isView(receiver); }
     bool watchedWindow(const QObject* receiver) const;
 
+    void reportPainted();
+
     int m_depth = 0;
     QList<QPointer<QWidget>> m_painted;
+    bool m_reporting = false;
 };
 
 } // namespace Bench
