@@ -332,7 +332,7 @@ int main(int argc, char** argv)
 
     // --- Overlay ------------------------------------------------------------------------
     Clock::time_point shiftSeen;
-    QObject::connect(&input, &GlobalInput::modifiersChanged, [&] { shiftSeen = Clock::now(); if (getenv("PAINT_TRACE")) fprintf(stderr, "TRACE %.3f shift\n", std::chrono::duration<double, std::milli>(shiftSeen.time_since_epoch()).count()); });
+    QObject::connect(&input, &GlobalInput::modifiersChanged, [&] { shiftSeen = Clock::now(); });
     // fresh: every repetition is a drag of its own, Shift pressed shiftAfter ms after it
     // began; released: the windows kept from the repetition before are deleted first, as
     // the factory does 10 s after a gesture: the overlay a gesture after a pause gets.
