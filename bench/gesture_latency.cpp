@@ -294,6 +294,17 @@ int main(int argc, char** argv)
         }
     };
 
+    // With Shift held since zone mode came on: released, pressed again to switch zone mode
+    // off, released. False when the overlays did not go.
+    const auto zoneModeOff = [&] {
+        xtest.keyUp(kShift);
+        pump(20);
+        xtest.keyDown(kShift);
+        const bool off = Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
+        xtest.keyUp(kShift);
+        return off;
+    };
+
     // --- Picture ------------------------------------------------------------------------
     if (!picture.isEmpty()) {
         beginDrag();
@@ -308,11 +319,7 @@ int main(int argc, char** argv)
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
         pump(50);
-        xtest.keyUp(kShift);
-        pump(20);
-        xtest.keyDown(kShift);
-        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
-        xtest.keyUp(kShift);
+        zoneModeOff();
         pump(100);
         xtest.keyDown(kShift);
         Bench::runUntil([&] { return static_cast<int>(visibleOverlays().size()) >= screenCount; }, 2000);
@@ -321,11 +328,7 @@ int main(int argc, char** argv)
         const bool saved = RootScreenshot::save(picture);
         std::printf(
             "Picture of the overlays %s %s\n", saved ? "saved to" : "could not be saved to", qPrintable(picture));
-        xtest.keyUp(kShift);
-        pump(20);
-        xtest.keyDown(kShift);
-        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
-        xtest.keyUp(kShift);
+        zoneModeOff();
         xtest.release(1);
         pump(300);
     }
@@ -622,12 +625,8 @@ int main(int argc, char** argv)
             frames.push_back({window->desktopFrame(), lit[firstZone][shapeIndex]});
             rectangles += lit[firstZone][shapeIndex++].rectCount();
         }
-        xtest.keyUp(kShift);
-        pump(20);
-        xtest.keyDown(kShift);
-        if (!Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000))
+        if (!zoneModeOff())
             std::printf("  zone mode did not end: what follows is not without Parqueta\n");
-        xtest.keyUp(kShift);
         pump(100);
         // The window manager moves its frame, the client only with it.
         xcb_connection_t* qtConnection = qApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
@@ -737,11 +736,7 @@ int main(int argc, char** argv)
                 windows.push_back({window->desktopFrame(), window->shape()});
             }
         }
-        xtest.keyUp(kShift);
-        pump(20);
-        xtest.keyDown(kShift);
-        Bench::runUntil([&] { return !zones.hasOverlays(); }, 2000);
-        xtest.keyUp(kShift);
+        zoneModeOff();
         xtest.release(1);
         pump(300);
         Bench::BareOverlayClient bare(windows, translucent);
