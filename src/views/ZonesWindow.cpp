@@ -10,6 +10,8 @@
 #include <QPropertyAnimation>
 #include <QWindow>
 
+#include <utility>
+
 ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect& frame, const Settings& settings,
     const DesktopEffects& effects, QWidget* parent)
     : QWidget(parent,
@@ -68,13 +70,16 @@ const std::shared_ptr<Layout>& ZonesWindow::layout() const
 
 void ZonesWindow::appear()
 {
-    if (!m_parked) {
+    if (m_parking == Parking::None) {
         show();
         return;
     }
-    m_parked = false;
+    const Parking parking = std::exchange(m_parking, Parking::None);
     qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << "back from parking";
-    m_view->setBlank(false);
+    if (parking == Parking::ByOpacity)
+        m_view->setBlank(false);
+    else
+        updateMask();
     // Another override-redirect window (a menu, a tooltip) may have been mapped since.
     raise();
     startShowing();
@@ -82,30 +87,27 @@ void ZonesWindow::appear()
 
 void ZonesWindow::disappear()
 {
-    if (!isVisible() || m_parked)
+    if (!isVisible() || m_parking != Parking::None)
         return;
-    if (!canPark()) {
-        hide();
-        return;
-    }
     stopShowing();
     park();
 }
 
-bool ZonesWindow::canPark() const
-{
-    // Only a compositor hides a window by its opacity. Without one a parked window would
-    // stand as a black sheet over the screen, and the shaped opaque overlay gains
-    // nothing from staying mapped anyway.
-    return testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent();
-}
-
 void ZonesWindow::park()
 {
-    setWindowOpacity(0.0);
-    // Transparent pixels too: a compositor that ignored the opacity must show nothing.
-    m_view->setBlank(true);
-    m_parked = true;
+    // Only a compositor hides a window by its opacity; then its pixels go transparent
+    // too, in case one ignores the opacity. Without one the overlay is opaque and shaped,
+    // and a shape that lies wholly outside the window leaves nothing of it on the screen
+    // and nothing for the server to clip other windows by, while Qt keeps its pixels:
+    // coming back is the server exposing the shape again and Qt sending what it has.
+    if (testAttribute(Qt::WA_TranslucentBackground) && m_effects.overlaysCanBeTranslucent()) {
+        m_parking = Parking::ByOpacity;
+        setWindowOpacity(0.0);
+        m_view->setBlank(true);
+        return;
+    }
+    m_parking = Parking::ByShape;
+    updateMask();
 }
 
 void ZonesWindow::prepare()
@@ -123,13 +125,9 @@ void ZonesWindow::prepare()
     store->beginPaint(all);
     render(store->paintDevice(), QPoint(), all);
     store->endPaint();
-    if (canPark()) {
-        // Invisible before it is mapped: the compositor reads the opacity at the map.
-        park();
-        show();
-        return;
-    }
-    updateMask();
+    // Out of sight before it is mapped: the compositor reads the opacity at the map.
+    park();
+    show();
 }
 
 void ZonesWindow::showEvent(QShowEvent* event)
@@ -141,14 +139,14 @@ void ZonesWindow::showEvent(QShowEvent* event)
         m_effects.placeExactly(*window, m_desktopFrame);
     }
     // A window prepared parked stays off duty until it is asked to appear.
-    if (!m_parked)
+    if (m_parking == Parking::None)
         startShowing();
 }
 
 void ZonesWindow::hideEvent(QHideEvent* event)
 {
     stopShowing();
-    m_parked = false;
+    m_parking = Parking::None;
     m_view->setBlank(false);
     QWidget::hideEvent(event);
 }
@@ -179,7 +177,7 @@ void ZonesWindow::setTranslucent(bool translucent)
     qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << (translucent ? "translucent" : "shaped");
     // The compositor that made a parked window invisible is gone: unmap it before its
     // transparent pixels turn black.
-    if (!translucent && m_parked)
+    if (!translucent && m_parking == Parking::ByOpacity)
         hide();
     m_view->setOpaque(!translucent || !testAttribute(Qt::WA_TranslucentBackground));
     updateMask();
@@ -203,6 +201,10 @@ void ZonesWindow::updateMask()
     const QRegion clip = m_shape.rectCount() <= kMostRectanglesToClipPaintingTo ? m_shape : QRegion();
     if (mask() != clip)
         setMask(clip);
-    if (window->mask() != m_shape)
-        window->setMask(m_shape);
+    // Parked by its shape: one pixel beside the window, which the server clips to nothing
+    // (to Qt an empty region means no shape at all, the whole window).
+    static const QRegion nowhere(-1, -1, 1, 1);
+    const QRegion& native = m_parking == Parking::ByShape ? nowhere : m_shape;
+    if (window->mask() != native)
+        window->setMask(native);
 }

@@ -43,18 +43,18 @@ public:
     // Shows the window, or brings a parked one back; either way the view model follows
     // the gesture and the fade-in starts over.
     void appear();
-    // Takes the window off the screen. While a compositor blends it, a translucent
-    // window is only parked: it stays mapped, fully transparent and click-through. Mapping
-    // it again would make the X server allocate the window's pixmap anew and fill it
-    // from the screen, which is most of the time it takes to appear with a compositor.
+    // Takes the window off the screen without unmapping it (parks it): where a
+    // compositor blends it, it goes fully transparent; where none does, it keeps its
+    // pixels and takes a shape that leaves nothing of it on the screen. Mapping a window
+    // again costs the X server a new pixmap filled from the screen with a compositor, and
+    // Qt a full repaint without one; a parked window comes back with neither.
     void disappear();
-    bool isParked() const { return m_parked; }
+    bool isParked() const { return m_parking != Parking::None; }
     // Gets a window that was never shown ready to appear at once: its native window,
-    // its shape and a filled backing store are made now. With a compositor it is parked
-    // (mapped and invisible), as a kept window is; without one it stays unmapped.
+    // its shape and a filled backing store are made now, and it is mapped parked.
     void prepare();
     // On the screen for the user: shown and not parked.
-    bool isShowing() const { return isVisible() && !m_parked; }
+    bool isShowing() const { return isVisible() && m_parking == Parking::None; }
     // The window's shape in its own coordinates; empty when it is not shaped or has not
     // been shown yet.
     const QRegion& shape() const { return m_shape; }
@@ -65,9 +65,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    // Whether the window can wait mapped and invisible (see disappear()).
-    bool canPark() const;
-    // Out of sight by its opacity and its pixels, while it stays mapped.
+    // Out of sight while it stays mapped: by its opacity and its pixels where a
+    // compositor blends it, by its shape where none does.
     void park();
     void setTranslucent(bool translucent);
     void updateMask();
@@ -79,6 +78,7 @@ private:
     ZonesViewModel* m_viewModel; // child QObject
     ZonesView* m_view;
     QPropertyAnimation* m_fadeIn;
-    bool m_parked = false;
+    enum class Parking { None, ByOpacity, ByShape };
+    Parking m_parking = Parking::None;
     QRegion m_shape;
 };

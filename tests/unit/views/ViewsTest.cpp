@@ -68,6 +68,14 @@ bool waitFor(const std::function<bool()>& condition)
     return condition();
 }
 
+// Parked by its shape: the native window's shape lies wholly outside it (an empty one
+// would be no shape at all).
+bool shapedAway(const ZonesWindow& window)
+{
+    const QRegion mask = window.windowHandle() ? window.windowHandle()->mask() : QRegion();
+    return !mask.isEmpty() && !mask.intersects(window.rect());
+}
+
 // `top` at `opacity` over `bottom`, source-over in straight alpha, within 3 per channel.
 ::testing::AssertionResult isBlend(const QColor& actual, const QColor& top, double opacity, const QColor& bottom)
 {
@@ -467,20 +475,34 @@ TEST_F(Views, TheFactoryCoversTheVisibleFrameAndReusesAHiddenWindowWhileItStillF
     overlay.reset();
     EXPECT_TRUE(waitFor([] { return zonesWindows().isEmpty(); })) << "deleted once nobody asked for it";
 
+    // Without a compositor it stays mapped too, with a shape that leaves nothing of it on
+    // the screen, and its pixels: coming back is getting its shape back.
     effects.setTranslucent(false);
     overlay = factory.createOverlay(screen, layout);
     overlay->show();
     ZonesWindow* shaped = zonesWindows().value(0);
     ASSERT_NE(shaped, nullptr);
+    const QRegion shape = shaped->shape();
+    ASSERT_FALSE(shape.isEmpty());
     overlay.reset();
-    EXPECT_FALSE(shaped->isVisible()) << "without a compositor a kept window is hidden, never parked";
+    EXPECT_TRUE(shaped->isVisible() && shaped->isParked());
+    EXPECT_TRUE(shapedAway(*shaped));
+    EXPECT_NE(pixel(shaped->view(), interior(1)).alpha(), 0) << "nothing to draw again";
+    overlay = factory.createOverlay(screen, layout);
+    overlay->show();
+    EXPECT_EQ(zonesWindows(), QList<ZonesWindow*> {shaped});
+    EXPECT_TRUE(shaped->isShowing());
+    EXPECT_EQ(shaped->windowHandle()->mask(), shape);
+    overlay.reset();
+    effects.setTranslucent(true);
+    EXPECT_TRUE(shaped->isParked() && shapedAway(*shaped)) << "a compositor coming changes nothing for it";
 
     displays.setDisplays({});
     EXPECT_EQ(factory.createOverlay(screen, layout), nullptr) << "display unplugged";
 }
 
-// A drag has the window made before zone mode comes: with a compositor it waits parked
-// and invisible, without one unmapped and shaped as it will be shown. The next gesture
+// A drag has the window made before zone mode comes, and it waits parked: with a
+// compositor invisible by its opacity, without one by its shape. The next gesture
 // shows that very window; preparing again makes no second one.
 TEST_F(Views, APreparedWindowWaitsOutOfSightAndIsTheOneTheNextGestureShows)
 {
@@ -494,9 +516,8 @@ TEST_F(Views, APreparedWindowWaitsOutOfSightAndIsTheOneTheNextGestureShows)
         EXPECT_EQ(factory.keptCount(), 1);
         EXPECT_FALSE(prepared->isShowing());
         EXPECT_TRUE(engine.observers.empty()) << "it follows no gesture yet";
-        EXPECT_EQ(prepared->isVisible(), compositor);
+        EXPECT_TRUE(prepared->isVisible() && prepared->isParked());
         if (compositor) {
-            EXPECT_TRUE(prepared->isParked());
             EXPECT_EQ(prepared->windowOpacity(), 0.0);
             EXPECT_EQ(pixel(prepared->view(), interior(1)).alpha(), 0);
         } else {
@@ -505,6 +526,7 @@ TEST_F(Views, APreparedWindowWaitsOutOfSightAndIsTheOneTheNextGestureShows)
             plain->show();
             EXPECT_FALSE(prepared->shape().isEmpty());
             EXPECT_EQ(prepared->shape(), plain->shape()) << "shaped for the size it will be shown at";
+            EXPECT_TRUE(shapedAway(*prepared));
         }
         const QRegion shape = prepared->shape();
 
@@ -514,6 +536,7 @@ TEST_F(Views, APreparedWindowWaitsOutOfSightAndIsTheOneTheNextGestureShows)
         EXPECT_TRUE(prepared->isShowing());
         EXPECT_EQ(prepared->windowOpacity(), 0.0) << "fading in from nothing";
         EXPECT_EQ(prepared->shape(), shape);
+        EXPECT_EQ(prepared->windowHandle()->mask(), shape);
         EXPECT_NE(pixel(prepared->view(), interior(1)).alpha(), 0);
         EXPECT_TRUE(engine.observers.contains(&prepared->viewModel()));
         overlay.reset();
