@@ -99,17 +99,21 @@ TEST_F(Fixture, AWindowClosedOrAMonitorRemovedMidDragLeavesParquetaWorking)
 
     s_desktopChanged = true;
     const xcb_window_t plain = plainWindow("unplugged");
-    int overlaysAfterRemoval = -1;
+    QList<QRect> afterRemoval;
     DragOptions unplugging;
     unplugging.beforeRelease = [&] {
         ASSERT_TRUE(desktop.deleteMonitor(kRight));
-        VirtualDesktop::waitUntil([&] { return overlays.mappedCount() == 1; });
-        overlaysAfterRemoval = overlays.mappedCount();
+        // Read once per look: while the overlays are rebuilt, the old ones leave the
+        // screen one after the other and the new one fades in.
+        VirtualDesktop::waitUntil([&] {
+            afterRemoval = overlays.mappedGeometries();
+            return afterRemoval.size() == 1 && afterRemoval.first().left() == 0;
+        });
         // No further motion: the rebuilt overlay must show the zone under the pointer by
         // itself, or the release would snap nothing.
     };
     EXPECT_EQ(driver.drag(plain, zones.dropPoint(kLeft, "1"), unplugging).overlaysAtDrop, 2);
-    EXPECT_EQ(overlaysAfterRemoval, 1) << "the overlay of the monitor that went away is gone:\n" << log();
+    EXPECT_EQ(afterRemoval.size(), 1) << "the overlay of the monitor that went away is gone:\n" << log();
     // tint2 moves to LEFT once RIGHT is gone; if it has by the release, the window stops
     // at the panel instead of going under it.
     const QRect zone = frame(kLeft, "1");

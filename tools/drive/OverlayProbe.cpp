@@ -6,6 +6,10 @@
 #include <cstdlib>
 #include <memory>
 
+#include <QRect>
+
+#include <xcb/shape.h>
+
 namespace {
 
 struct FreeDeleter
@@ -13,6 +17,26 @@ struct FreeDeleter
     void operator()(void* p) const { std::free(p); }
 };
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+
+// Whether a bounding shape leaves nothing of the window (size w x h) on the screen.
+bool shapedAway(xcb_connection_t* c, xcb_window_t window, int w, int h)
+{
+    Reply<xcb_shape_query_extents_reply_t> extents(
+        xcb_shape_query_extents_reply(c, xcb_shape_query_extents(c, window), nullptr));
+    if (!extents || !extents->bounding_shaped)
+        return false;
+    Reply<xcb_shape_get_rectangles_reply_t> rectangles(xcb_shape_get_rectangles_reply(
+        c, xcb_shape_get_rectangles(c, window, XCB_SHAPE_SK_BOUNDING), nullptr));
+    if (!rectangles)
+        return false;
+    const xcb_rectangle_t* r = xcb_shape_get_rectangles_rectangles(rectangles.get());
+    const QRect inside(0, 0, w, h);
+    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(rectangles.get()); ++i) {
+        if (inside.intersects(QRect(r[i].x, r[i].y, r[i].width, r[i].height)))
+            return false;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -57,6 +81,9 @@ QList<OverlayProbe::Overlay> OverlayProbe::mapped()
             continue;
         Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
         if (!geometry)
+            continue;
+        // Parked by its shape: mapped, but nothing of its shape lies within it.
+        if (shapedAway(c, window, geometry->width, geometry->height))
             continue;
         result.append({window, QRect(geometry->x, geometry->y, geometry->width, geometry->height)});
     }

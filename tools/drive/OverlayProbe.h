@@ -14,7 +14,8 @@ class VirtualDesktop;
 
 // Parqueta's zone overlays as another client of the X server sees them: the mapped
 // override-redirect top-level windows titled "Parqueta zones" (or another title, for the
-// layout editor and the borders flash) whose opacity is not 0. Looks through the
+// layout editor and the borders flash) whose opacity is not 0 and whose shape, if any,
+// leaves something of them on the screen. Looks through the
 // desktop harness's own connection; nothing here depends on the program's internals.
 class OverlayProbe final
 {

@@ -2,6 +2,7 @@
 
 #include "core/Logging.h"
 
+#include <QAbstractEventDispatcher>
 #include <QGuiApplication>
 #include <QWindow>
 #include <xcb/xfixes.h>
@@ -12,6 +13,19 @@ X11DesktopEffects::X11DesktopEffects(X11Connection& connection, QObject* parent)
     : DesktopEffects(parent)
     , m_connection(connection)
 {
+    // Qt's GLib event dispatcher writes out what is queued on Qt's own connection only
+    // after X events came in on it. A change to one of Parqueta's windows made from a
+    // timer (a step of a fade-in) or from input read on Parqueta's connection (the Shift
+    // press that brings the overlays back) would wait for the next unrelated event: an
+    // overlay stayed fully transparent for a whole drag. So it goes out before the event
+    // loop sleeps.
+    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    if (xcb_connection_t* qtConnection = x11 ? x11->connection() : nullptr) {
+        if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance()) {
+            connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
+                [qtConnection] { xcb_flush(qtConnection); });
+        }
+    }
     if (!m_connection.isValid())
         return;
     const QByteArray screen = QByteArray::number(m_connection.screenNumber());
