@@ -22,7 +22,10 @@
 #include "views/ZonesViewModel.h"
 #include "views/ZonesWindow.h"
 
+#include <QEventLoop>
+#include <QTimer>
 #include <QWidget>
+#include <QWindow>
 
 #include <xcb/xcb_keysyms.h>
 
@@ -429,6 +432,16 @@ TEST_F(X11Test, OverlayIsTranslucentWithACompositorAndElseShapedAroundAWindowTha
     EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return near(pixel(inZoneOne), QColor(130, 200, 145)); }))
         << pixel(inZoneOne).name().toStdString();
     EXPECT_EQ(desktop.deepestWindowUnderPointer(), beneath);
+
+    // A change made from a timer, with no X event coming in to wake Qt's connection (a
+    // step of the fade-in), reaches the server while the event loop sleeps.
+    QEventLoop loop;
+    QTimer::singleShot(0, &overlay, [&] { overlay.setWindowOpacity(0.5); });
+    QTimer::singleShot(150, &loop, &QEventLoop::quit);
+    loop.exec();
+    // Whatever came last, the fade's end or this step, is what the server holds.
+    const auto sent = quint32(qRound64(overlay.windowHandle()->opacity() * 0xffffffffu));
+    EXPECT_EQ(desktop.property32(xcb_window_t(overlay.winId()), "_NET_WM_WINDOW_OPACITY"), QList<quint32> {sent});
 }
 
 // Motion that piles up while the program is busy, or the server slow to answer, is one
