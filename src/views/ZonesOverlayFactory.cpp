@@ -21,8 +21,8 @@ public:
 
     // The engine drops its overlays from inside its own gesture-end callback, and the
     // view model, a later observer of the same notification, is still to be told about
-    // that end (it snaps then). So the window only leaves the screen now (hidden, or
-    // parked while a compositor runs); the factory keeps it for the next gesture or
+    // that end (it snaps then). So the window only leaves the screen now (parked);
+    // the factory keeps it for the next gesture or
     // deletes it later, never here.
     ~ZonesOverlay() override
     {
@@ -174,7 +174,7 @@ ZonesWindow* ZonesOverlayFactory::takeKept(
 
 void ZonesOverlayFactory::dropKept()
 {
-    qCDebug(lcOverlay) << "Releasing" << keptCount() << "hidden zone overlay(s)";
+    qCDebug(lcOverlay) << "Releasing" << keptCount() << "parked zone overlay(s)";
     for (const QPointer<ZonesWindow>& window : std::exchange(m_kept, {})) {
         if (window)
             window->deleteLater();

@@ -18,7 +18,7 @@ class ZonesWindow;
 // Builds the zone overlays the engine shows during a zone gesture: one ZonesWindow over
 // the screen's visible frame.
 //
-// A dropped overlay's window is hidden (or, with a compositor, parked: see
+// A dropped overlay's window is parked (mapped and invisible: see
 // ZonesWindow::disappear()) and kept for a while: the next gesture on the same screen,
 // with the same layout and frame, shows it again instead of creating a native window
 // and its backing store, which is most of the time it takes an overlay to appear. Kept
