@@ -21,9 +21,8 @@ public:
 
     // The engine drops its overlays from inside its own gesture-end callback, and the
     // view model, a later observer of the same notification, is still to be told about
-    // that end (it snaps then). So the window only leaves the screen now (parked);
-    // the factory keeps it for the next gesture or
-    // deletes it later, never here.
+    // that end (it snaps then). So the window only leaves the screen now (parked); the
+    // factory keeps it for the next gesture or deletes it later, never here.
     ~ZonesOverlay() override
     {
         if (m_window) {

@@ -12,6 +12,7 @@
 X11DesktopEffects::X11DesktopEffects(X11Connection& connection, QObject* parent)
     : DesktopEffects(parent)
     , m_connection(connection)
+    , m_qtConnection(qtConnection())
 {
     // Qt's GLib event dispatcher writes out what is queued on Qt's own connection only
     // after X events came in on it. A change to one of Parqueta's windows made from a
@@ -19,12 +20,8 @@ X11DesktopEffects::X11DesktopEffects(X11Connection& connection, QObject* parent)
     // press that brings the overlays back) would wait for the next unrelated event: an
     // overlay stayed fully transparent for a whole drag. So it goes out before the event
     // loop sleeps.
-    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    if (xcb_connection_t* qtConnection = x11 ? x11->connection() : nullptr) {
-        if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance()) {
-            connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
-                [qtConnection] { xcb_flush(qtConnection); });
-        }
+    if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance(); dispatcher && m_qtConnection) {
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [this] { xcb_flush(m_qtConnection); });
     }
     if (!m_connection.isValid())
         return;
@@ -49,6 +46,12 @@ X11DesktopEffects::X11DesktopEffects(X11Connection& connection, QObject* parent)
     qCDebug(lcX11) << "Compositing manager" << (m_translucent ? "running" : "absent");
     if (m_traySelection != XCB_ATOM_NONE)
         followTrayHost(readOwner(m_traySelection));
+}
+
+xcb_connection_t* X11DesktopEffects::qtConnection()
+{
+    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
 }
 
 X11DesktopEffects::~X11DesktopEffects()
@@ -163,8 +166,7 @@ void X11DesktopEffects::readTrayForeground()
 
 void X11DesktopEffects::placeExactly(QWindow& window, const QRect& desktopRect) const
 {
-    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    xcb_connection_t* c = x11 ? x11->connection() : nullptr;
+    xcb_connection_t* c = m_qtConnection;
     if (!c || !desktopRect.isValid() || !window.handle())
         return;
     const uint32_t values[] = {static_cast<uint32_t>(desktopRect.x()), static_cast<uint32_t>(desktopRect.y()),

@@ -25,6 +25,8 @@ public:
     bool handleX11Event(xcb_generic_event_t* event) override;
 
 private:
+    // Qt's own connection, which Qt's windows are made on; null without the xcb platform.
+    static xcb_connection_t* qtConnection();
     bool startXFixes();
     bool watchSelection(xcb_atom_t selection);
     xcb_window_t readOwner(xcb_atom_t selection);
@@ -33,6 +35,7 @@ private:
     void readTrayForeground();
 
     X11Connection& m_connection;
+    xcb_connection_t* m_qtConnection;
     xcb_atom_t m_selection = XCB_ATOM_NONE;
     xcb_atom_t m_traySelection = XCB_ATOM_NONE;
     xcb_atom_t m_trayColours = XCB_ATOM_NONE;
