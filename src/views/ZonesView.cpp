@@ -173,6 +173,7 @@ ZonesView::Colors ZonesView::colors() const
 
 void ZonesView::paintEvent(QPaintEvent* event)
 {
+    Q_EMIT painting();
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     if (m_blank) {

@@ -50,6 +50,8 @@ Q_SIGNALS:
     // What paintedRegion() returns has changed: once per gesture step, however many
     // zones flipped in it.
     void paintedRegionChanged();
+    // Pixels are going to the window's backing store; Qt sends them to the screen after.
+    void painting();
 
 protected:
     void paintEvent(QPaintEvent* event) override;

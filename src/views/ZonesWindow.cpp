@@ -6,6 +6,7 @@
 #include "views/ZonesView.h"
 #include "views/ZonesViewModel.h"
 
+#include <QAbstractEventDispatcher>
 #include <QBackingStore>
 #include <QPropertyAnimation>
 #include <QWindow>
@@ -49,6 +50,9 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
     m_fadeIn->setEndValue(1.0);
 
     connect(m_view, &ZonesView::paintedRegionChanged, this, &ZonesWindow::updateMask);
+    connect(m_view, &ZonesView::painting, this, [this] { m_pixelsSent = true; });
+    if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &ZonesWindow::settleSentPixels);
     connect(&effects, &DesktopEffects::overlaysCanBeTranslucentChanged, this, &ZonesWindow::setTranslucent);
     setTranslucent(effects.overlaysCanBeTranslucent());
 }
@@ -134,6 +138,8 @@ void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     if (QWindow* window = windowHandle()) {
+        // Exposes send pixels too (see settleSentPixels()).
+        window->installEventFilter(this);
         // Before the window is mapped: it must never show unshaped.
         updateMask();
         m_effects.placeExactly(*window, m_desktopFrame);
@@ -181,6 +187,34 @@ void ZonesWindow::setTranslucent(bool translucent)
         hide();
     m_view->setOpaque(!translucent || !testAttribute(Qt::WA_TranslucentBackground));
     updateMask();
+}
+
+bool ZonesWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    // Qt answers an expose by sending what its backing store holds.
+    if (event->type() == QEvent::Expose)
+        m_pixelsSent = true;
+    return QWidget::eventFilter(watched, event);
+}
+
+void ZonesWindow::settleSentPixels()
+{
+    // Qt's X11 backing store shares its memory with the server, and before it paints over
+    // pixels it has sent it waits for the server to have read them: a round trip. Left to
+    // the full repaint that brings a window parked by its opacity back, that round trip
+    // holds the overlay up behind whatever the server and the compositor are busy with
+    // then, often a recomposite of the drag; taken while the window waits parked and the
+    // event loop has nothing else to do, the repaint starts at once. Beginning a paint is
+    // what takes it; what it clears is painted again on the way back. A window on the
+    // screen is left alone: after every highlight the round trip would hold up the fade-in
+    // and the pointer's next move instead.
+    if (m_parking != Parking::ByOpacity || !isVisible() || !std::exchange(m_pixelsSent, false))
+        return;
+    if (QBackingStore* store = backingStore()) {
+        const QRegion pixel(0, 0, 1, 1);
+        store->beginPaint(pixel);
+        store->endPaint();
+    }
 }
 
 void ZonesWindow::updateMask()

@@ -63,6 +63,7 @@ protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     // Out of sight while it stays mapped: by its opacity and its pixels where a
@@ -70,6 +71,7 @@ private:
     void park();
     void setTranslucent(bool translucent);
     void updateMask();
+    void settleSentPixels();
     void startShowing();
     void stopShowing();
 
@@ -81,4 +83,6 @@ private:
     enum class Parking { None, ByOpacity, ByShape };
     Parking m_parking = Parking::None;
     QRegion m_shape;
+    // Pixels were sent to the server since the last settleSentPixels().
+    bool m_pixelsSent = false;
 };
