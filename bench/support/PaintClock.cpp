@@ -43,9 +43,33 @@ bool PaintClock::notify(QObject* receiver, QEvent* event)
         paintingEventUs.push_back(microseconds(began, Clock::now()));
     if (event->type() == QEvent::Show && watchedWindow(receiver))
         lastShown = Clock::now();
-    if (--m_depth == 0 && !m_painted.isEmpty() && !m_reporting)
-        reportPainted();
+    --m_depth;
+    if (!m_painted.isEmpty())
+        scheduleReport();
     return result;
+}
+
+void PaintClock::countAsPainted(QWidget* window)
+{
+    m_painted.append(window);
+    scheduleReport();
+}
+
+void PaintClock::scheduleReport()
+{
+    // Once the application is back in its event loop: whatever it does in the same go
+    // (another window's pixels, sent from the same call) is part of what is timed.
+    if (m_reportScheduled || m_reporting)
+        return;
+    m_reportScheduled = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_reportScheduled = false;
+            if (!m_painted.isEmpty())
+                reportPainted();
+        },
+        Qt::QueuedConnection);
 }
 
 void PaintClock::reportPainted()

@@ -13,13 +13,13 @@
 
 namespace Bench {
 
-// Sees every event the application handles; once the outermost event whose handling
-// painted a watched view is over, and the repaints already posted with it (another
-// window's), syncs with the X server and reports the views painted. The backing store is
-// flushed within each such event, so once the round trip returns the server has drawn
-// the pixels; a round trip after every one of them would hold up the next window's
-// paint, which the application itself never waits for. Qt paints a window only after
-// the server exposed it, so painted implies mapped.
+// Sees every event the application handles; once the application is back in its event
+// loop after an event whose handling painted a watched view, and has made the repaints
+// already posted with it (another window's), syncs with the X server and reports the
+// views painted. The backing store is flushed within each such event, so once the round
+// trip returns the server has drawn the pixels; a round trip after every one of them
+// would hold up the next window's paint, which the application itself never waits for.
+// Qt paints a window only after the server exposed it, so painted implies mapped.
 class PaintClock final : public QApplication
 {
 public:
@@ -39,6 +39,10 @@ public:
 
     bool notify(QObject* receiver, QEvent* event) override;
 
+    // A watched window sent its pixels without painting them (they were ready): it counts
+    // as painted once the event it happened in is over, like a paint.
+    void countAsPainted(QWidget* window);
+
     // Makes the request, then runs the event loop until done() accepts a painted view or
     // timeoutMs pass; returns the time from the request to that paint in microseconds,
     // or nothing.
@@ -56,11 +60,13 @@ private:
     bool watchedView(const QObject* receiver) const { return isView && isView(receiver); }
     bool watchedWindow(const QObject* receiver) const;
 
+    void scheduleReport();
     void reportPainted();
 
     int m_depth = 0;
     QList<QPointer<QWidget>> m_painted;
     bool m_reporting = false;
+    bool m_reportScheduled = false;
 };
 
 } // namespace Bench

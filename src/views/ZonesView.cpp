@@ -98,12 +98,13 @@ void ZonesView::setOpaque(bool opaque)
     redrawAll();
 }
 
-void ZonesView::setBlank(bool blank)
+void ZonesView::setBlank(bool blank, Redraw redraw)
 {
     if (blank == m_blank)
         return;
     m_blank = blank;
-    update();
+    if (redraw == Redraw::Now)
+        update();
 }
 
 double ZonesView::scale() const

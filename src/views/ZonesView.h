@@ -37,7 +37,9 @@ public:
     void setOpaque(bool opaque);
     bool isOpaque() const { return m_opaque; }
     // Blank: every pixel fully transparent, for a window that stays mapped off duty.
-    void setBlank(bool blank);
+    // Without a redraw only the paints from now on follow it (see ZonesWindow).
+    enum class Redraw { Now, Later };
+    void setBlank(bool blank, Redraw redraw = Redraw::Now);
     bool isBlank() const { return m_blank; }
 
     // Border, outlines, numbers and highlighted fills, in the view's coordinates.

@@ -8,6 +8,7 @@
 
 #include <QAbstractEventDispatcher>
 #include <QBackingStore>
+#include <QCoreApplication>
 #include <QPropertyAnimation>
 #include <QWindow>
 
@@ -50,9 +51,13 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
     m_fadeIn->setEndValue(1.0);
 
     connect(m_view, &ZonesView::paintedRegionChanged, this, &ZonesWindow::updateMask);
-    connect(m_view, &ZonesView::painting, this, [this] { m_pixelsSent = true; });
+    // Any paint but its own overwrites what keepPixelsAside() drew.
+    connect(m_view, &ZonesView::painting, this, [this] {
+        if (!m_drawingAside)
+            m_pixelsAside = false;
+    });
     if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
-        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &ZonesWindow::settleSentPixels);
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &ZonesWindow::keepPixelsAside);
     connect(&effects, &DesktopEffects::overlaysCanBeTranslucentChanged, this, &ZonesWindow::setTranslucent);
     setTranslucent(effects.overlaysCanBeTranslucent());
 }
@@ -79,14 +84,24 @@ void ZonesWindow::appear()
         return;
     }
     const Parking parking = std::exchange(m_parking, Parking::None);
-    qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << "back from parking";
+    const bool pixelsAside = std::exchange(m_pixelsAside, false);
+    qCDebug(lcOverlay) << "Zone overlay of" << screen().name() << "back from parking"
+                       << (pixelsAside ? "with its pixels" : "");
     if (parking == Parking::ByOpacity)
-        m_view->setBlank(false);
+        m_view->setBlank(false, pixelsAside ? ZonesView::Redraw::Later : ZonesView::Redraw::Now);
     else
         updateMask();
     // Another override-redirect window (a menu, a tooltip) may have been mapped since.
     raise();
     startShowing();
+    if (!pixelsAside)
+        return;
+    // The zones whose highlight the gesture changed are painted first: painting after
+    // the pixels went out would wait for the server to have read them.
+    QCoreApplication::sendPostedEvents(this, QEvent::UpdateRequest);
+    if (QBackingStore* store = backingStore())
+        store->flush(QRegion(rect()), windowHandle());
+    Q_EMIT cameBackWithKeptPixels();
 }
 
 void ZonesWindow::disappear()
@@ -108,6 +123,7 @@ void ZonesWindow::park()
         m_parking = Parking::ByOpacity;
         setWindowOpacity(0.0);
         m_view->setBlank(true);
+        m_pixelsAside = false;
         return;
     }
     m_parking = Parking::ByShape;
@@ -138,7 +154,7 @@ void ZonesWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     if (QWindow* window = windowHandle()) {
-        // Exposes send pixels too (see settleSentPixels()).
+        // See eventFilter().
         window->installEventFilter(this);
         // Before the window is mapped: it must never show unshaped.
         updateMask();
@@ -153,6 +169,7 @@ void ZonesWindow::hideEvent(QHideEvent* event)
 {
     stopShowing();
     m_parking = Parking::None;
+    m_pixelsAside = false;
     m_view->setBlank(false);
     QWidget::hideEvent(event);
 }
@@ -191,30 +208,40 @@ void ZonesWindow::setTranslucent(bool translucent)
 
 bool ZonesWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    // Qt answers an expose by sending what its backing store holds.
-    if (event->type() == QEvent::Expose)
-        m_pixelsSent = true;
+    // Qt answers an expose by sending what its backing store holds: not the pixels kept
+    // aside, which must never reach the screen while the window is parked. What the
+    // server has of it, blank, is right for a parked window whatever it exposes.
+    if (event->type() == QEvent::Expose && m_pixelsAside && m_parking == Parking::ByOpacity)
+        return true;
     return QWidget::eventFilter(watched, event);
 }
 
-void ZonesWindow::settleSentPixels()
+void ZonesWindow::keepPixelsAside()
 {
-    // Qt's X11 backing store shares its memory with the server, and before it paints over
-    // pixels it has sent it waits for the server to have read them: a round trip. Left to
-    // the full repaint that brings a window parked by its opacity back, that round trip
-    // holds the overlay up behind whatever the server and the compositor are busy with
-    // then, often a recomposite of the drag; taken while the window waits parked and the
-    // event loop has nothing else to do, the repaint starts at once. Beginning a paint is
-    // what takes it; what it clears is painted again on the way back. A window on the
-    // screen is left alone: after every highlight the round trip would hold up the fade-in
-    // and the pointer's next move instead.
-    if (m_parking != Parking::ByOpacity || !isVisible() || !std::exchange(m_pixelsSent, false))
+    // A window parked by its opacity was painted blank, in case a compositor ignored the
+    // opacity, and coming back meant painting it whole again at the very moment the
+    // compositor is busiest, recompositing the drag. Once the blank pixels are out and
+    // the event loop has nothing else to do, the zones are drawn again into the backing
+    // store alone, without being sent: the server keeps the blank ones until appear()
+    // sends these. Beginning the paint also takes now the round trip with which Qt's X11
+    // backing store, whose memory the server shares, makes sure the server has read
+    // what it sent before that memory is painted over.
+    if (m_parking != Parking::ByOpacity || m_pixelsAside || !isVisible())
         return;
-    if (QBackingStore* store = backingStore()) {
-        const QRegion pixel(0, 0, 1, 1);
-        store->beginPaint(pixel);
-        store->endPaint();
-    }
+    QWindow* window = windowHandle();
+    QBackingStore* store = backingStore();
+    // Not yet exposed: its first, blank paint is still to come.
+    if (!window || !window->isExposed() || !store)
+        return;
+    const QRegion all(rect());
+    m_drawingAside = true;
+    m_view->setBlank(false, ZonesView::Redraw::Later);
+    store->beginPaint(all);
+    render(store->paintDevice(), QPoint(), all);
+    store->endPaint();
+    m_view->setBlank(true, ZonesView::Redraw::Later);
+    m_drawingAside = false;
+    m_pixelsAside = true;
 }
 
 void ZonesWindow::updateMask()

@@ -59,6 +59,10 @@ public:
     // been shown yet.
     const QRegion& shape() const { return m_shape; }
 
+Q_SIGNALS:
+    // Back from parking with the pixels it kept aside, sent at once rather than painted.
+    void cameBackWithKeptPixels();
+
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
@@ -71,7 +75,7 @@ private:
     void park();
     void setTranslucent(bool translucent);
     void updateMask();
-    void settleSentPixels();
+    void keepPixelsAside();
     void startShowing();
     void stopShowing();
 
@@ -83,6 +87,8 @@ private:
     enum class Parking { None, ByOpacity, ByShape };
     Parking m_parking = Parking::None;
     QRegion m_shape;
-    // Pixels were sent to the server since the last settleSentPixels().
-    bool m_pixelsSent = false;
+    // Parked by its opacity, blank on the server, while the backing store holds the
+    // zones as they were drawn last (see keepPixelsAside()).
+    bool m_pixelsAside = false;
+    bool m_drawingAside = false;
 };

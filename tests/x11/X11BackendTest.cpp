@@ -442,6 +442,52 @@ TEST_F(X11Test, OverlayIsTranslucentWithACompositorAndElseShapedAroundAWindowTha
     // Whatever came last, the fade's end or this step, is what the server holds.
     const auto sent = quint32(qRound64(overlay.windowHandle()->opacity() * 0xffffffffu));
     EXPECT_EQ(desktop.property32(xcb_window_t(overlay.winId()), "_NET_WM_WINDOW_OPACITY"), QList<quint32> {sent});
+
+    // With a compositor a window waits parked by its opacity between gestures. What the
+    // server holds of it stays blank however it is exposed, in case a compositor ignores
+    // the opacity; the zones Qt kept aside come back with the next gesture, highlight
+    // moved, without being painted again.
+    ASSERT_TRUE(desktop.startCompositor(CompositorKind::Xcompmgr));
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return effects.overlaysCanBeTranslucent(); }));
+    ZonesWindow parked(std::make_unique<ZonesViewModel>(left, defaultLayout(DefaultLayoutType::rightT, left, geometry),
+                           engine, settings, geometry),
+        QRect(0, 0, 1280, 1080), settings, effects);
+    int returns = 0;
+    QObject::connect(&parked, &ZonesWindow::cameBackWithKeptPixels, [&] { ++returns; });
+    const auto held = [&](QPoint at) {
+        const auto image = reply(xcb_get_image_reply, xcb_get_image(desktop.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                                          xcb_window_t(parked.winId()), int16_t(at.x()), int16_t(at.y()), 1, 1, ~0u));
+        const uint8_t* bgra = image && xcb_get_image_data_length(image.get()) >= 4 ? xcb_get_image_data(image.get()) : nullptr;
+        return bgra ? qRgba(bgra[2], bgra[1], bgra[0], bgra[3]) : QRgb(1);
+    };
+    const auto idle = [] {
+        QEventLoop wait;
+        QTimer::singleShot(150, &wait, &QEventLoop::quit);
+        wait.exec();
+    };
+    // A column and two rows; the lower row is never highlighted, so only what the window
+    // kept can bring it back.
+    const QPoint inZoneTwo(1000, 150);
+    const QPoint inZoneThree(1000, 1000);
+    engine.hit = "2";
+    parked.appear();
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return qAlpha(held(inZoneOne)) != 0; }));
+    idle();
+    const QRgb unlit = held(inZoneOne);
+    const QRgb lit = held(inZoneTwo);
+    EXPECT_NE(lit, unlit);
+    parked.disappear();
+    idle();
+    xcb_clear_area(desktop.connection(), 1, xcb_window_t(parked.winId()), 0, 0, 0, 0);
+    xcb_flush(desktop.connection());
+    idle();
+    EXPECT_EQ(qAlpha(held(inZoneOne)) + qAlpha(held(inZoneThree)) + qAlpha(held({0, 700})), 0)
+        << "a parked window exposed sent zones to the screen";
+    engine.hit = "1";
+    parked.appear();
+    EXPECT_EQ(returns, 1) << "painted again instead of sending what it kept";
+    EXPECT_TRUE(VirtualDesktop::waitUntil(
+        [&] { return held(inZoneOne) == lit && held(inZoneTwo) == unlit && held(inZoneThree) == unlit; }));
 }
 
 // Motion that piles up while the program is busy, or the server slow to answer, is one
