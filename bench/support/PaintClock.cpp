@@ -20,6 +20,7 @@ bool PaintClock::watchedWindow(const QObject* receiver) const
 bool PaintClock::notify(QObject* receiver, QEvent* event)
 {
     ++m_depth;
+    const qsizetype paintedBefore = m_painted.size();
     if (event->type() == QEvent::Paint && watchedView(receiver)) {
         if (auto* view = qobject_cast<QWidget*>(receiver))
             m_painted.append(view);
@@ -39,7 +40,8 @@ bool PaintClock::notify(QObject* receiver, QEvent* event)
     const bool result = QApplication::notify(receiver, event);
     if (event->type() == QEvent::Paint && watchedView(receiver))
         paintUs.push_back(microseconds(began, Clock::now()));
-    if (m_depth == 1 && !m_painted.isEmpty())
+    // An outermost event that painted (the report may still be waiting for an earlier one).
+    if (m_depth == 1 && m_painted.size() > paintedBefore)
         paintingEventUs.push_back(microseconds(began, Clock::now()));
     if (event->type() == QEvent::Show && watchedWindow(receiver))
         lastShown = Clock::now();
