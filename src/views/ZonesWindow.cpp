@@ -51,13 +51,13 @@ ZonesWindow::ZonesWindow(std::unique_ptr<ZonesViewModel> viewModel, const QRect&
     m_fadeIn->setEndValue(1.0);
 
     connect(m_view, &ZonesView::paintedRegionChanged, this, &ZonesWindow::updateMask);
-    // Any paint but its own overwrites what keepPixelsAside() drew.
+    // A paint overwrites what keepPixelsAside() drew (its own too, which sets the flag
+    // again once done); a parked window then draws them again.
     connect(m_view, &ZonesView::painting, this, [this] {
-        if (!m_drawingAside)
-            m_pixelsAside = false;
+        m_pixelsAside = false;
+        if (m_parking == Parking::ByOpacity)
+            keepPixelsAsideWhenIdle();
     });
-    if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
-        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &ZonesWindow::keepPixelsAside);
     connect(&effects, &DesktopEffects::overlaysCanBeTranslucentChanged, this, &ZonesWindow::setTranslucent);
     setTranslucent(effects.overlaysCanBeTranslucent());
 }
@@ -124,6 +124,7 @@ void ZonesWindow::park()
         setWindowOpacity(0.0);
         m_view->setBlank(true);
         m_pixelsAside = false;
+        keepPixelsAsideWhenIdle();
         return;
     }
     m_parking = Parking::ByShape;
@@ -216,6 +217,15 @@ bool ZonesWindow::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
+void ZonesWindow::keepPixelsAsideWhenIdle()
+{
+    // Only while there is something to draw aside: the event loop sleeps after nearly
+    // every event of a drag.
+    if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance())
+        connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &ZonesWindow::keepPixelsAside,
+            Qt::UniqueConnection);
+}
+
 void ZonesWindow::keepPixelsAside()
 {
     // A window parked by its opacity was painted blank, in case a compositor ignored the
@@ -226,22 +236,25 @@ void ZonesWindow::keepPixelsAside()
     // sends these. Beginning the paint also takes now the round trip with which Qt's X11
     // backing store, whose memory the server shares, makes sure the server has read
     // what it sent before that memory is painted over.
-    if (m_parking != Parking::ByOpacity || m_pixelsAside || !isVisible())
+    if (m_parking != Parking::ByOpacity || m_pixelsAside || !isVisible()) {
+        disconnect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            &ZonesWindow::keepPixelsAside);
         return;
+    }
     QWindow* window = windowHandle();
     QBackingStore* store = backingStore();
     // Not yet exposed: its first, blank paint is still to come.
     if (!window || !window->isExposed() || !store)
         return;
     const QRegion all(rect());
-    m_drawingAside = true;
     m_view->setBlank(false, ZonesView::Redraw::Later);
     store->beginPaint(all);
     render(store->paintDevice(), QPoint(), all);
     store->endPaint();
     m_view->setBlank(true, ZonesView::Redraw::Later);
-    m_drawingAside = false;
     m_pixelsAside = true;
+    disconnect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+        &ZonesWindow::keepPixelsAside);
 }
 
 void ZonesWindow::updateMask()

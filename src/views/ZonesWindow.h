@@ -75,6 +75,7 @@ private:
     void park();
     void setTranslucent(bool translucent);
     void updateMask();
+    void keepPixelsAsideWhenIdle();
     void keepPixelsAside();
     void startShowing();
     void stopShowing();
@@ -90,5 +91,4 @@ private:
     // Parked by its opacity, blank on the server, while the backing store holds the
     // zones as they were drawn last (see keepPixelsAside()).
     bool m_pixelsAside = false;
-    bool m_drawingAside = false;
 };
