@@ -6,6 +6,8 @@
 
 #include <QRegion>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <vector>
 
@@ -57,6 +59,7 @@ void measureBareClient(GestureRun& run)
         };
         // Back to back within one drag, as the kept overlays; or each time a new drag,
         // the key pressed shiftAfterMs after it began, as the overlay after a pause.
+        std::vector<double> hiddenUs;
         const auto shown = [&](bool inNewDrags) {
             std::vector<double> us;
             if (!inNewDrags)
@@ -73,7 +76,10 @@ void measureBareClient(GestureRun& run)
                 waitDone(us, t0);
                 run.xtest.keyUp(kTrigger);
                 run.pump(5);
+                const Clock::time_point hiding = Clock::now();
                 bare.hide();
+                if (Bench::runUntil([&] { return bare.hidden().has_value(); }, 2000))
+                    hiddenUs.push_back(Bench::microseconds(hiding, *bare.hidden()));
                 run.pump(10);
                 if (inNewDrags) {
                     run.xtest.release(1);
@@ -107,6 +113,36 @@ void measureBareClient(GestureRun& run)
             waitDone(stepUs, t0);
             run.pump(5);
         }
+        // The same step while the windows fade in, in the overlays' rhythm: shown, the
+        // moves from 50 ms on, as many fade-ins as the overlays had.
+        std::vector<double> fadingUs;
+        const int fadeIns = translucent ? 1 + std::max(0, run.reps / 20) : 0;
+        size_t zone = size_t((run.reps - 1) % 2);
+        for (int round = 0; round < fadeIns; ++round) {
+            bare.hide();
+            Bench::runUntil([&] { return bare.hidden().has_value(); }, 2000);
+            run.pump(50);
+            bare.showOnNextKeyPress();
+            run.xtest.keyDown(kTrigger);
+            waitDone(ignored, Clock::now());
+            run.xtest.keyUp(kTrigger);
+            bare.fadeIn(ZonesWindow::kFadeInMs);
+            const Clock::time_point fadeEnd = Clock::now() + std::chrono::milliseconds(ZonesWindow::kFadeInMs);
+            run.pump(50);
+            while (Clock::now() < fadeEnd) {
+                zone = 1 - zone;
+                const std::vector<QRect> rects {run.targets[zone].rect.toRect().translated(-leftOrigin),
+                    run.targets[1 - zone].rect.toRect().translated(-leftOrigin)};
+                bare.repaintOnNextMotion(leftIndex, rects, QRegion());
+                const Clock::time_point t0 = Clock::now();
+                run.xtest.moveTo(qRound(run.targets[zone].center.x()), qRound(run.targets[zone].center.y()));
+                std::vector<double> one;
+                waitDone(one, t0);
+                if (!one.empty() && t0 < fadeEnd)
+                    fadingUs.push_back(one.front());
+                run.pump(5);
+            }
+        }
         run.xtest.release(1);
         bare.hide();
         run.pump(300);
@@ -119,5 +155,13 @@ void measureBareClient(GestureRun& run)
         Bench::print(translucent ? "pointer into the other zone -> pointer read, both zones drawn"
                                  : "pointer into the other zone -> pointer read, both zones drawn, shape set",
             Bench::stats(stepUs), true);
+        if (!fadingUs.empty()) {
+            const QByteArray fading = "  ... while the windows fade in (" + QByteArray::number(fadeIns)
+                + " fade-ins, the opacity stepped as Qt animates it)";
+            Bench::print(fading.constData(), Bench::stats(fadingUs), true);
+        }
+        Bench::print(translucent ? "windows parked (opacity 0) -> the server done with them"
+                                 : "windows unmapped -> the server done with what they uncovered",
+            Bench::stats(hiddenUs), true);
     }
 }

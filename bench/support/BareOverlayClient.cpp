@@ -180,8 +180,17 @@ std::optional<Clock::time_point> BareOverlayClient::done() const
     return Clock::time_point(Clock::duration(at));
 }
 
+std::optional<Clock::time_point> BareOverlayClient::hidden() const
+{
+    const Clock::rep at = m_hidden.load();
+    if (at == 0)
+        return std::nullopt;
+    return Clock::time_point(Clock::duration(at));
+}
+
 void BareOverlayClient::hide()
 {
+    m_hidden.store(0);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_hide = true;
@@ -189,11 +198,11 @@ void BareOverlayClient::hide()
     wake();
 }
 
-void BareOverlayClient::fadeIn()
+void BareOverlayClient::fadeIn(int ms)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_fadeIn = true;
+        m_fadeInMs = std::max(0, ms);
     }
     wake();
 }
@@ -215,34 +224,39 @@ void BareOverlayClient::arm(std::function<void()> onKey, std::function<void()> o
 void BareOverlayClient::run()
 {
     while (!m_stop.load()) {
-        bool hide = false, fadeIn = false;
+        bool hide = false;
+        int fadeInMs = -1;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             hide = std::exchange(m_hide, false);
-            fadeIn = std::exchange(m_fadeIn, false);
+            fadeInMs = std::exchange(m_fadeInMs, -1);
         }
-        if (fadeIn && m_translucent) {
-            for (const Surface& s : m_surfaces)
-                setOpacity(s.window, 0xffffffff);
-            xcb_flush(m_connection);
+        if (fadeInMs >= 0 && m_translucent) {
+            m_fadeBegan = Clock::now();
+            m_fadeMs = fadeInMs;
+            m_fadeTick = -1;
         }
+        const int nextStepMs = stepFade();
         if (hide) {
+            m_fadeMs = 0;
             for (const Surface& s : m_surfaces) {
                 if (m_translucent)
                     setOpacity(s.window, 0);
                 else
                     xcb_unmap_window(m_connection, s.window);
             }
-            xcb_flush(m_connection);
+            roundTrip();
+            m_hidden.store(Clock::now().time_since_epoch().count());
         }
         xcb_generic_event_t* event = xcb_poll_for_event(m_connection);
         if (!event) {
             if (xcb_connection_has_error(m_connection))
                 return;
-            // Asleep until the server or hide() has something: a timer would wake the
-            // machine from the very idle the rhythm of the measurements is about.
+            // Asleep until the server or hide() has something, or a fade's next step is
+            // due: a timer would wake the machine from the very idle the rhythm of the
+            // measurements is about.
             pollfd readable[] {{xcb_get_file_descriptor(m_connection), POLLIN, 0}, {m_wake, POLLIN, 0}};
-            poll(readable, 2, -1);
+            poll(readable, 2, nextStepMs);
             if (readable[1].revents & POLLIN) {
                 uint64_t count = 0;
                 if (read(m_wake, &count, sizeof count) < 0)
@@ -325,6 +339,28 @@ void BareOverlayClient::setOpacity(xcb_window_t window, uint32_t opacity)
     if (m_opacityAtom)
         xcb_change_property(
             m_connection, XCB_PROP_MODE_REPLACE, window, m_opacityAtom, XCB_ATOM_CARDINAL, 32, 1, &opacity);
+}
+
+int BareOverlayClient::stepFade()
+{
+    // Qt's animations tick every 16 ms; each tick sets the opacity the time has reached.
+    constexpr int kTickMs = 16;
+    if (m_fadeMs <= 0)
+        return -1;
+    const double elapsedMs = microseconds(m_fadeBegan, Clock::now()) / 1000;
+    const int tick = int(elapsedMs / kTickMs);
+    if (tick == m_fadeTick && elapsedMs < m_fadeMs)
+        return std::max(0, int((tick + 1) * kTickMs - elapsedMs));
+    m_fadeTick = tick;
+    const double progress = std::min(1.0, elapsedMs / m_fadeMs);
+    for (const Surface& s : m_surfaces)
+        setOpacity(s.window, uint32_t(progress * 0xffffffffu));
+    xcb_flush(m_connection);
+    if (progress >= 1.0) {
+        m_fadeMs = 0;
+        return -1;
+    }
+    return std::max(0, int((tick + 1) * kTickMs - elapsedMs));
 }
 
 void BareOverlayClient::roundTrip()

@@ -52,10 +52,15 @@ public:
     // When the reaction armed last finished; nothing while it has not.
     std::optional<Clock::time_point> done() const;
     // Unmapped, or parked at opacity 0, by the reactions' thread: it alone uses the
-    // connection once they run, so that no event waits in a queue it does not watch.
+    // connection once they run, so that no event waits in a queue it does not watch. A
+    // round trip follows: hidden() is when it returned, the server done with what the
+    // windows leaving exposed.
     void hide();
-    // Translucent windows at full opacity, as the overlays are once faded in.
-    void fadeIn();
+    std::optional<Clock::time_point> hidden() const;
+    // Translucent windows brought to full opacity: at once, or in steps over `ms` as Qt
+    // animates the overlays' opacity (one step per animation tick, linear), so that the
+    // compositor recomposites them as often as it does Parqueta's.
+    void fadeIn(int ms = 0);
 
 private:
     struct Surface
@@ -74,6 +79,9 @@ private:
     void show();
     void put(const Surface& surface, const QRect& rect);
     void setOpacity(xcb_window_t window, uint32_t opacity);
+    // The next step of a fade under way, if one is due; the milliseconds until the step
+    // after it, -1 when the fade is over or there is none.
+    int stepFade();
     void roundTrip();
 
     xcb_connection_t* m_connection = nullptr;
@@ -87,9 +95,13 @@ private:
     std::mutex m_mutex;
     std::function<void()> m_onKey, m_onMotion;
     bool m_hide = false;
-    bool m_fadeIn = false;
+    int m_fadeInMs = -1; // asked for by fadeIn(), not yet begun; -1: none
+    Clock::time_point m_fadeBegan; // the reactions' thread's alone
+    int m_fadeMs = 0; // the fade under way, 0: none; the reactions' thread's alone
+    int m_fadeTick = -1; // the last tick of it that set the opacity
     int m_wake = -1; // an eventfd: hide() or the destructor has something for the thread
     std::atomic<Clock::rep> m_done {0};
+    std::atomic<Clock::rep> m_hidden {0};
     std::atomic<bool> m_stop {false};
     std::thread m_thread;
 };
