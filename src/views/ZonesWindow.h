@@ -32,6 +32,10 @@ public:
     // Up to this many rectangles the shape also clips painting (see updateMask()):
     // measured between 8 zones (about 2 200) and 16 (about 4 400).
     static constexpr int kMostRectanglesToClipPaintingTo = 3000;
+    // Above this many rectangles in its shape a window leaves by its whole frame (see
+    // updateMask()): uncovering the shape itself would cost the server more than
+    // repainting everything beneath.
+    static constexpr int kMostRectanglesToUncover = 1000;
 
     ZonesViewModel& viewModel() const { return *m_viewModel; }
     ZonesView& view() const { return *m_view; }
