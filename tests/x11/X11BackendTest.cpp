@@ -1,6 +1,7 @@
 // The X11 backend against real window managers, a real panel and real clients on a
 // virtual desktop (tools/desktop), driven with XTest.
 #include "TestSupport.h"
+#include "SplitTrees.h"
 #include "VirtualDesktop.h"
 #include "XTestInput.h"
 #include "core/FileSettingsBackend.h"
@@ -11,7 +12,9 @@
 #include "managers/ScreenManager.h"
 #include "managers/SnapDiagnosis.h"
 #include "managers/WindowManager.h"
+#include "models/Layout.h"
 #include "models/LayoutPresets.h"
+#include "models/SplitNode.h"
 #include "platform/x11/X11Connection.h"
 #include "platform/x11/X11DesktopEffects.h"
 #include "platform/x11/X11DisplayServer.h"
@@ -27,6 +30,7 @@
 #include <QWidget>
 #include <QWindow>
 
+#include <xcb/shape.h>
 #include <xcb/xcb_keysyms.h>
 
 #include <gtest/gtest.h>
@@ -442,6 +446,38 @@ TEST_F(X11Test, OverlayIsTranslucentWithACompositorAndElseShapedAroundAWindowTha
     // Whatever came last, the fade's end or this step, is what the server holds.
     const auto sent = quint32(qRound64(overlay.windowHandle()->opacity() * 0xffffffffu));
     EXPECT_EQ(desktop.property32(xcb_window_t(overlay.winId()), "_NET_WM_WINDOW_OPACITY"), QList<quint32> {sent});
+
+    // Without one, a window shaped to thousands of rectangles (64 zones, each number traced
+    // row by row) leaves by way of its whole frame: parked, it covers nothing, and what
+    // lay beneath is as it was, the window beneath repainted where outlines and numbers lay.
+    const QRect under(110, 110, 380, 280);
+    const auto screen = [&] {
+        const auto image = reply(xcb_get_image_reply, xcb_get_image(desktop.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                                          desktop.root(), int16_t(under.x()), int16_t(under.y()),
+                                                          uint16_t(under.width()), uint16_t(under.height()), ~0u));
+        return image ? QByteArray(reinterpret_cast<const char*>(xcb_get_image_data(image.get())),
+                           xcb_get_image_data_length(image.get()))
+                     : QByteArray();
+    };
+    overlay.hide();
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return !near(pixel(inZoneOne), QColor(130, 200, 145)); }));
+    const QByteArray bare = screen();
+    auto tree = SplitNode::create(0, 0, 1280, 1080);
+    TestTrees::splitAlternating(tree, 6);
+    ZonesWindow many(std::make_unique<ZonesViewModel>(left, Layout::create(tree, QUuid::createUuid(), left), engine,
+                         settings, geometry),
+        QRect(0, 0, 1280, 1080), settings, effects);
+    many.show();
+    ASSERT_TRUE(VirtualDesktop::waitUntil([&] { return screen() != bare; })) << "the overlay never showed";
+    ASSERT_GT(many.shape().rectCount(), ZonesWindow::kMostRectanglesToUncover);
+    many.disappear();
+    EXPECT_TRUE(many.isParked());
+    EXPECT_TRUE(VirtualDesktop::waitUntil([&] { return screen() == bare; })) << "the parked overlay left pixels";
+    const auto native = reply(xcb_shape_get_rectangles_reply,
+        xcb_shape_get_rectangles(desktop.connection(), xcb_window_t(many.winId()), XCB_SHAPE_SK_BOUNDING));
+    ASSERT_TRUE(native);
+    EXPECT_EQ(native->rectangles_len, 1);
+    EXPECT_TRUE(xcb_shape_get_rectangles_rectangles(native.get())[0].x < 0) << "parked where it still covers";
 
     // With a compositor a window waits parked by its opacity between gestures. What the
     // server holds of it stays blank however it is exposed, in case a compositor ignores
