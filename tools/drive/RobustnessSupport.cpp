@@ -56,4 +56,34 @@ QString settingsProblem(const QString& path, const QStringList& screenIds)
     return {};
 }
 
+QString threadStates(pid_t pid)
+{
+    const auto read = [](const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()).trimmed() : QStringLiteral("?");
+    };
+    QStringList lines;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString& tid : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString task = tasks + QLatin1Char('/') + tid;
+        const QString stat = read(task + QStringLiteral("/stat"));
+        const qsizetype close = stat.lastIndexOf(QLatin1Char(')'));
+        // The state follows the command name; the first field of `syscall` is the call's
+        // number (7 poll, 202 futex, 232 epoll_wait on x86-64), "running" when in none.
+        lines << QStringLiteral("  thread %1 %2 state %3, waits in %4, system call %5")
+                     .arg(tid, read(task + QStringLiteral("/comm")), close > 0 ? stat.mid(close + 2, 1) : QStringLiteral("?"),
+                         read(task + QStringLiteral("/wchan")), read(task + QStringLiteral("/syscall")).section(QLatin1Char(' '), 0, 0));
+    }
+    return lines.isEmpty() ? QStringLiteral("  (no threads: the process is gone)") : lines.join(QLatin1Char('\n'));
+}
+
+bool waitsForEvents(pid_t pid)
+{
+    QFile wchan(QStringLiteral("/proc/%1/wchan").arg(pid));
+    if (!wchan.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray waitsIn = wchan.readAll();
+    return waitsIn.contains("poll") || waitsIn.contains("select");
+}
+
 } // namespace Robustness

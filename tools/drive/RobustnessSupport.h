@@ -16,4 +16,13 @@ pid_t childNamed(const char* command);
 // holding the layout catalogue of every screen in screenIds).
 QString settingsProblem(const QString& path, const QStringList& screenIds = {});
 
+// What each thread of a process is doing, one line per thread: its name, state, the
+// kernel function it waits in and the system call it is in (from /proc), for a test
+// that finds the process hanging where it should have ended.
+QString threadStates(pid_t pid);
+
+// Whether the process's main thread sleeps waiting for events (in poll or select), not
+// busy and not inside a system call such as a file's sync to disk.
+bool waitsForEvents(pid_t pid);
+
 } // namespace Robustness
