@@ -39,21 +39,26 @@ void measureHighlight(GestureRun& run)
     // Start in the second zone, so every move below changes the highlight.
     run.xtest.moveTo(qRound(run.targets[1].center.x()), qRound(run.targets[1].center.y()));
     run.pump(50);
-    std::vector<double> highlightUs, seenUs, flippedUs, fadingUs;
-    int missed = 0;
-    size_t at = 1; // the zone the pointer is in
-    for (int i = 0; int(highlightUs.size()) < run.reps && i < 2 * run.reps; ++i) {
-        at = static_cast<size_t>(i % 2);
-        const ZoneTarget& target = run.targets[at];
+    // The pointer into zone `index` (setting t0 as it goes) -> the left screen's view
+    // painted with the highlight changed.
+    const auto moveInto = [&](size_t index, Clock::time_point& t0) {
+        const ZoneTarget& target = run.targets[index];
         const long changesBefore = highlightChanges;
-        Clock::time_point t0;
-        const std::optional<double> us = run.qtApp.timeUntilPainted(
+        return run.qtApp.timeUntilPainted(
             [&] {
                 t0 = Clock::now();
                 run.xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
             },
             [&](QWidget* view) { return highlightChanges != changesBefore && screenOf(view) == run.left->name(); },
             1000);
+    };
+    std::vector<double> highlightUs, seenUs, flippedUs, fadingUs;
+    int missed = 0;
+    size_t at = 1; // the zone the pointer is in
+    for (int i = 0; int(highlightUs.size()) < run.reps && i < 2 * run.reps; ++i) {
+        at = static_cast<size_t>(i % 2);
+        Clock::time_point t0;
+        const std::optional<double> us = moveInto(at, t0);
         if (us && t0 < fadedIn) {
             fadingUs.push_back(*us);
         } else if (us) {
@@ -77,18 +82,8 @@ void measureHighlight(GestureRun& run)
         const Clock::time_point fadeEnd = Clock::now() + std::chrono::milliseconds(ZonesWindow::kFadeInMs);
         run.pump(50);
         while (Clock::now() < fadeEnd) {
-            const ZoneTarget& target = run.targets[next];
-            const long changesBefore = highlightChanges;
             Clock::time_point t0;
-            const std::optional<double> us = run.qtApp.timeUntilPainted(
-                [&] {
-                    t0 = Clock::now();
-                    run.xtest.moveTo(qRound(target.center.x()), qRound(target.center.y()));
-                },
-                [&](QWidget* view) {
-                    return highlightChanges != changesBefore && screenOf(view) == run.left->name();
-                },
-                1000);
+            const std::optional<double> us = moveInto(next, t0);
             next = 1 - next;
             if (us && t0 < fadeEnd)
                 fadingUs.push_back(*us);

@@ -32,6 +32,15 @@ xcb_visualid_t argbVisual(const xcb_screen_t* screen)
     return XCB_NONE;
 }
 
+// A moment the reactions' thread stored (0: none yet).
+std::optional<Clock::time_point> timeOf(const std::atomic<Clock::rep>& at)
+{
+    const Clock::rep value = at.load();
+    if (value == 0)
+        return std::nullopt;
+    return Clock::time_point(Clock::duration(value));
+}
+
 void setShape(xcb_connection_t* c, xcb_window_t window, xcb_shape_sk_t kind, const QRegion& shape)
 {
     std::vector<xcb_rectangle_t> rects;
@@ -174,18 +183,12 @@ void BareOverlayClient::repaintOnNextMotion(size_t index, const std::vector<QRec
 
 std::optional<Clock::time_point> BareOverlayClient::done() const
 {
-    const Clock::rep at = m_done.load();
-    if (at == 0)
-        return std::nullopt;
-    return Clock::time_point(Clock::duration(at));
+    return timeOf(m_done);
 }
 
 std::optional<Clock::time_point> BareOverlayClient::hidden() const
 {
-    const Clock::rep at = m_hidden.load();
-    if (at == 0)
-        return std::nullopt;
-    return Clock::time_point(Clock::duration(at));
+    return timeOf(m_hidden);
 }
 
 void BareOverlayClient::hide()
@@ -349,16 +352,16 @@ int BareOverlayClient::stepFade()
         return -1;
     const double elapsedMs = microseconds(m_fadeBegan, Clock::now()) / 1000;
     const int tick = int(elapsedMs / kTickMs);
-    if (tick == m_fadeTick && elapsedMs < m_fadeMs)
-        return std::max(0, int((tick + 1) * kTickMs - elapsedMs));
-    m_fadeTick = tick;
-    const double progress = std::min(1.0, elapsedMs / m_fadeMs);
-    for (const Surface& s : m_surfaces)
-        setOpacity(s.window, uint32_t(progress * 0xffffffffu));
-    xcb_flush(m_connection);
-    if (progress >= 1.0) {
-        m_fadeMs = 0;
-        return -1;
+    if (tick != m_fadeTick || elapsedMs >= m_fadeMs) {
+        m_fadeTick = tick;
+        const double progress = std::min(1.0, elapsedMs / m_fadeMs);
+        for (const Surface& s : m_surfaces)
+            setOpacity(s.window, uint32_t(progress * 0xffffffffu));
+        xcb_flush(m_connection);
+        if (progress >= 1.0) {
+            m_fadeMs = 0;
+            return -1;
+        }
     }
     return std::max(0, int((tick + 1) * kTickMs - elapsedMs));
 }

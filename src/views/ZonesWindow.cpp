@@ -212,12 +212,11 @@ bool ZonesWindow::eventFilter(QObject* watched, QEvent* event)
     // Qt answers an expose by sending what its backing store holds: not the pixels kept
     // aside, which must never reach the screen while the window is parked. What the
     // server has of it, blank, is right for a parked window whatever it exposes.
-    if (event->type() == QEvent::Expose && m_pixelsAside && m_parking == Parking::ByOpacity)
-        return true;
     // A window parked by its shape shows nothing: an expose then is the one its parking
     // caused (see updateMask()), and sending pixels for it would be thousands of requests
     // the server clips to nothing.
-    if (event->type() == QEvent::Expose && m_parking == Parking::ByShape)
+    if (event->type() == QEvent::Expose
+        && (m_parking == Parking::ByShape || (m_parking == Parking::ByOpacity && m_pixelsAside)))
         return true;
     return QWidget::eventFilter(watched, event);
 }
@@ -241,23 +240,20 @@ void ZonesWindow::keepPixelsAside()
     // sends these. Beginning the paint also takes now the round trip with which Qt's X11
     // backing store, whose memory the server shares, makes sure the server has read
     // what it sent before that memory is painted over.
-    if (m_parking != Parking::ByOpacity || m_pixelsAside || !isVisible()) {
-        disconnect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
-            &ZonesWindow::keepPixelsAside);
-        return;
+    if (m_parking == Parking::ByOpacity && !m_pixelsAside && isVisible()) {
+        QWindow* window = windowHandle();
+        QBackingStore* store = backingStore();
+        // Not yet exposed: its first, blank paint is still to come.
+        if (!window || !window->isExposed() || !store)
+            return;
+        const QRegion all(rect());
+        m_view->setBlank(false, ZonesView::Redraw::Later);
+        store->beginPaint(all);
+        render(store->paintDevice(), QPoint(), all);
+        store->endPaint();
+        m_view->setBlank(true, ZonesView::Redraw::Later);
+        m_pixelsAside = true;
     }
-    QWindow* window = windowHandle();
-    QBackingStore* store = backingStore();
-    // Not yet exposed: its first, blank paint is still to come.
-    if (!window || !window->isExposed() || !store)
-        return;
-    const QRegion all(rect());
-    m_view->setBlank(false, ZonesView::Redraw::Later);
-    store->beginPaint(all);
-    render(store->paintDevice(), QPoint(), all);
-    store->endPaint();
-    m_view->setBlank(true, ZonesView::Redraw::Later);
-    m_pixelsAside = true;
     disconnect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
         &ZonesWindow::keepPixelsAside);
 }
@@ -292,8 +288,7 @@ void ZonesWindow::updateMask()
     // whole frame first uncovers nothing and paints nothing (the window has no background,
     // and eventFilter() ignores its expose), and parking then uncovers a few rectangles,
     // but all the area beneath: for a shape of a few hundred, 2 ms more than uncovering it.
-    const QRegion& before = window->mask();
-    if (&native == &nowhere && isVisible() && before.rectCount() > kMostRectanglesToUncover && before != nowhere)
+    if (m_parking == Parking::ByShape && isVisible() && window->mask().rectCount() > kMostRectanglesToUncover)
         window->setMask(QRegion(rect()));
     window->setMask(native);
 }
